@@ -1,0 +1,1 @@
+#include "db/ZrDataAccess.h"

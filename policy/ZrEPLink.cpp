@@ -1,0 +1,1 @@
+#include "policy/ZrEPLink.h"

@@ -1,0 +1,1 @@
+#include "policy/ZrPolicyCache.h"

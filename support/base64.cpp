@@ -1,0 +1,1 @@
+#include "support/base64.h"

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+
+#include "common/temp_folder.h"
+
+namespace zrtest {
+
+// A PostgreSQL server of this test process only: own data folder, listening on a Unix socket alone, ended by its
+// process id. User "postgres" is trusted; a user with a password is asked for it.
+class PostgresServer {
+ public:
+  static constexpr const char* kUser = "postgres";
+
+  // Whether the server's programs are on this machine.
+  static bool installed();
+  // The one server of this process, started when first asked for and ended when the process ends normally.
+  static PostgresServer& shared();
+
+  PostgresServer();
+  ~PostgresServer();
+  PostgresServer(const PostgresServer&) = delete;
+  PostgresServer& operator=(const PostgresServer&) = delete;
+
+  std::string socketFolder() const { return m_folder.path().string(); }
+  void start();
+  // Ends the server; `crash` does so without a word to its clients' transactions.
+  void stop(bool crash = false);
+  // A new, empty database of a name of its own.
+  std::string createDatabase();
+  // Runs statements through psql; answers what it printed, unaligned and without headers. Throws with psql's message.
+  std::string run(const std::string& database, const std::string& sql) const;
+
+ private:
+  TempFolder m_folder;
+  pid_t m_pid = -1;
+  int m_databases = 0;
+};
+
+}  // namespace zrtest
