@@ -1,0 +1,81 @@
+#include "vexa/VexaLog.h"
+
+#include <cerrno>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#include "vexa/VexaMutex.h"
+
+namespace {
+
+using VEXA::Log;
+
+std::string whatReachesStandardError(const std::function<void()>& work) {
+  testing::internal::CaptureStderr();
+  work();
+  return testing::internal::GetCapturedStderr();
+}
+
+TEST(VexaLog, LineCarriesItsLevelAndEndsInOneLineFeed) {
+  EXPECT_EQ(whatReachesStandardError([] {
+              Log::LogByLevel(VEXA::VEXA_LOG_ERROR, "no line feed, %d", 1);
+              Log::LogByLevel(VEXA::VEXA_LOG_TRACE, "%s", "one of its own\n");
+              Log::LogByLevel(VEXA::VEXA_LOG_WARNING, "%s", "");
+              Log::LogByLevel(VEXA::VEXA_LOG_INFO, "%s", std::string(5000, 'x').c_str());
+            }),
+            "E no line feed, 1\nT one of its own\nW \nI " + std::string(4095, 'x') + "\n");
+}
+
+TEST(VexaLog, ClosedStandardErrorIsNoFaultAndLeavesErrnoAlone) {
+  const int saved = dup(STDERR_FILENO);
+  close(STDERR_FILENO);
+  errno = ENOENT;
+  Log::LogByLevel(VEXA::VEXA_LOG_ERROR, "nobody reads this");
+  EXPECT_EQ(errno, ENOENT);
+  dup2(saved, STDERR_FILENO);
+  close(saved);
+}
+
+TEST(VexaLog, LinesOfSeveralThreadsDoNotMix) {
+  const std::string captured = whatReachesStandardError([] {
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+      threads.emplace_back([] {
+        for (int i = 0; i < 100; ++i)
+          Log::LogByLevel(VEXA::VEXA_LOG_INFO, "one line");
+      });
+    }
+    for (std::thread& thread : threads)
+      thread.join();
+  });
+  std::string wanted;
+  for (int i = 0; i < 400; ++i)
+    wanted += "I one line\n";
+  EXPECT_EQ(captured, wanted);
+}
+
+TEST(VexaMutex, LockKeepsOtherThreadsOutAlsoWhenAnExceptionPasses) {
+  VEXA::VexaMutex mutex;
+  int count = 0;
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 4; ++thread) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < 1000; ++i) {
+        try {
+          const VEXA::VexaLock lock(mutex);
+          if (++count % 2 == 0) throw count;
+        } catch (int) {
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(count, 4000);
+}
+
+}  // namespace
