@@ -22,7 +22,7 @@ void OdbcEntries::add(const std::string& dsn, const std::string& settings) {
 
 std::string OdbcEntries::addSqlite(const std::string& dsn, const std::string& path, const std::string& more) {
   const std::string database = path.empty() ? m_folder.file(dsn + ".db") : path;
-  add(dsn, "Driver=SQLite3\nDatabase=" + database + "\nTimeout=2000\n" + more);
+  add(dsn, "Driver=" ZR_ODBC_DRIVER_FOLDER "/libsqlite3odbc.so\nDatabase=" + database + "\nTimeout=2000\n" + more);
   return database;
 }
 
@@ -33,8 +33,7 @@ void OdbcEntries::addPostgres(const std::string& dsn, const std::string& socketF
 
 void keepOdbcDriversLoaded() {
   for (const char* driver : {"libsqlite3odbc.so", "psqlodbcw.so", "psqlodbca.so"}) {
-    const std::string multiarch = std::string(ZR_TEST_LIBRARY_FOLDER "/odbc/") + driver;
-    dlopen(multiarch.c_str(), RTLD_NOW | RTLD_NODELETE);
+    dlopen((std::string(ZR_ODBC_DRIVER_FOLDER "/") + driver).c_str(), RTLD_NOW | RTLD_NODELETE);
   }
 }
 
