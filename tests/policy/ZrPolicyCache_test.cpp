@@ -1,0 +1,219 @@
+#include "policy/ZrPolicyCache.h"
+
+#include <climits>
+#include <gmock/gmock.h>
+
+#include "policy/policy_objects.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using zrtest::newLink;
+using zrtest::newPolicy;
+using zrtest::TestRule;
+using zrtest::thrownBy;
+
+template <class Map>
+std::vector<std::string> keys(const Map& map) {
+  std::vector<std::string> keys;
+  for (const auto& [key, link] : map)
+    keys.push_back(key);
+  return keys;
+}
+
+TEST(ZrPolicyCache, DefaultPolicyIsAlsoAPolicyLikeAnyOther) {
+  ZrPolicyCache cache;
+  EXPECT_EQ(cache.m_defaultLink.m_pPolicy, nullptr);
+  EXPECT_FALSE(cache.hasPolicyContainLDAPSetting());
+  ZrPolicy* const first = newPolicy(7, true, true);
+  cache.addPolicy(first);
+  ZrPolicy* const second = newPolicy(8, true, true);
+  second->m_vecRule.push_back(new TestRule(1, true));
+  cache.addPolicy(second);
+  EXPECT_THAT(cache.m_mapPolicy, ElementsAre(std::pair(7, first), std::pair(8, second)));
+  EXPECT_TRUE(cache.hasPolicyContainLDAPSetting());
+  EXPECT_EQ(cache.m_defaultLink.m_pPolicy, second);
+  EXPECT_EQ(cache.m_defaultLink.m_policyId, 8);
+  EXPECT_EQ(cache.m_defaultLink.m_entityType, ZrPolicyCache::DEFAULT);
+  EXPECT_EQ(cache.m_defaultLink.m_entityName, "Default Policy");
+  EXPECT_EQ(cache.m_defaultLink.m_priority, INT_MAX);
+}
+
+TEST(ZrPolicyCache, RefusedPolicyStaysTheCallersAndTheDefaultStaysAsItWas) {
+  ZrPolicyCache cache;
+  ZrPolicy* const first = newPolicy(7, true, true);
+  cache.addPolicy(first);
+  const std::unique_ptr<ZrPolicy> again(newPolicy(7, true, true));
+  EXPECT_EQ(thrownBy([&] { cache.addPolicy(again.get()); }),
+            "const char*: Failed to insert Policy object into m_mapPolicy");
+  EXPECT_EQ(cache.m_mapPolicy.at(7), first);
+  EXPECT_EQ(cache.m_defaultLink.m_pPolicy, first);
+}
+
+TEST(ZrPolicyCache, RefusedLinkStaysTheCallers) {
+  ZrPolicyCache cache;
+  cache.addPolicy(newPolicy(1));
+  EXPECT_EQ(thrownBy([&] { cache.addEPLink(nullptr); }), "const char*: NULL pEPLink link pointer");
+  const struct {
+    int type;
+    const char* name;
+    int policyId;
+    const char* thrown;
+  } cases[] = {
+      {1, "u", 42, "char*: PolicyID is not valid [42]"},
+      {0, "u", INT_MIN, "char*: PolicyID is not valid [-2147483648]"},
+      {0, "Default Policy", 1, "const char*: Unknow entity type"},
+      {7, "u", 1, "const char*: Unknow entity type"},
+      {-1, "u", 1, "const char*: Unknow entity type"},
+      {4, "", 1, "const char*: Empty string without IP address value"},
+      {5, "x", 1, "const char*: Invalid IP address - 1"},
+      {5, "10.0.0.1 ~ x", 1, "const char*: Invalid IP address - 2"},
+  };
+  for (const auto& tried : cases) {
+    const std::unique_ptr<ZrEPLink> link(newLink(static_cast<ZrEntityType>(tried.type), tried.name, tried.policyId));
+    EXPECT_EQ(thrownBy([&] { cache.addEPLink(link.get()); }), tried.thrown);
+    EXPECT_EQ(link->m_pPolicy, tried.policyId == 1 ? cache.m_mapPolicy.at(1) : nullptr);
+  }
+  EXPECT_THAT(cache.m_vecIpRange, IsEmpty());
+  EXPECT_THAT(cache.m_mapIp, IsEmpty());
+}
+
+TEST(ZrPolicyCache, LinkIsFiledByItsType) {
+  ZrPolicyCache cache;
+  cache.addPolicy(newPolicy(1));
+  ZrEPLink* const user = newLink(ZrPolicyCache::USER, "Ren&#233;", 1);
+  ZrEPLink* const host = newLink(ZrPolicyCache::HOSTNAME, "Mailhost-7", 1);
+  ZrEPLink* const address = newLink(ZrPolicyCache::IP, "10.0.0.1 ~ 10.0.0.9", 1);
+  ZrEPLink* const range = newLink(ZrPolicyCache::IP_RANGE, "10.0.0.1 ~ 10.0.0.9", 1);
+  for (ZrEPLink* link : {user, host, address, range, newLink(ZrPolicyCache::GROUP, "&#66;&#233;", 1),
+                         newLink(ZrPolicyCache::OTHER, "Alpha", 1), newLink(ZrPolicyCache::OTHER, "ALPHA", 1)}) {
+    cache.addEPLink(link);
+    EXPECT_EQ(link->m_pPolicy, cache.m_mapPolicy.at(1));
+  }
+  EXPECT_THAT(keys(cache.m_mapUser), ElementsAre("Ren\xC3\xA9"));
+  EXPECT_EQ(user->m_entityName, "Ren&#233;");
+  EXPECT_THAT(keys(cache.m_mapGroup), ElementsAre("&#66;&#233;"));
+  EXPECT_THAT(keys(cache.m_mapHostname), ElementsAre("MAILHOST-7"));
+  EXPECT_EQ(host->m_entityName, "MAILHOST-7");
+  EXPECT_THAT(keys(cache.m_mapOther), ElementsAre("ALPHA", "Alpha"));
+  EXPECT_THAT(cache.m_mapIp, ElementsAre(std::pair(address->m_ipFrom, address)));
+  EXPECT_EQ(address->m_ipFrom, 0x0100000AU);
+  EXPECT_THAT(cache.m_vecIpRange, ElementsAre(range));
+}
+
+TEST(ZrPolicyCache, DecodesEntitiesOfTheLatinRangeOrNone) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"Ren&#233;", "Ren\xC3\xA9"},
+      {"&#233;&#xe9", "&#233;&#xe9"},
+      {"a&#128;b&#255;c",
+       "a\xC2\x80"
+       "b\xC3\xBF"
+       "c"},
+      {"&#8364;", "\xC2\xAC"},
+      {"A&#233;&#66;", "A&#233;&#66;"},
+      {"&#x41;", "&#x41;"},
+      {"& 233; &amp;", "& 233; &amp;"},
+      {"&#233", "&#233"},
+      {"&#233;&#234", "&#233;&#234"},
+      {"&# \t+233 dropped;x", "\xC3\xA9x"},
+      {"&#-23;", "\xC3\xA9"},
+      {"&#2147483647;", "\xC3\xBF"},
+      {"&#99999999999999999999;", "\xC3\xBF"},
+      {"&#4294967529;", "\xC3\xBF"},  // cut to 32 bits wherever long is longer
+      {"&#-99999999999999999999;", "&#-99999999999999999999;"},
+      {"&#233&#234;;", "\xC3\xA9;"},
+      {std::string("a\0&#233;", 8), std::string("a\0&#233;", 8)},
+      {std::string("&#233;\0&#66;", 12), std::string("\xC3\xA9\0&#66;", 8)},
+      {"", ""},
+  };
+  ZrPolicyCache cache;
+  for (const auto& [text, decoded] : cases) {
+    std::string given = text;
+    EXPECT_EQ(cache.UnescapeLatinHtmlUnicode(given), decoded) << text;
+    EXPECT_EQ(given, text);
+  }
+}
+
+// What was deleted, in order.
+std::vector<std::string> g_deleted;
+
+struct NotedLink : ZrEPLink {
+  bool throws = false;
+  ~NotedLink() override {
+    g_deleted.push_back(m_entityName);
+    if (throws) throw 1;
+  }
+};
+
+struct NotedPolicy : ZrPolicy {
+  bool throws = false;
+  ~NotedPolicy() override {
+    g_deleted.push_back(std::to_string(m_policyId));
+    if (throws) throw 1;
+  }
+};
+
+void fill(ZrPolicyCache& cache, int throwingPolicy, const std::string& throwingLink) {
+  g_deleted.clear();
+  for (const int id : {3, 1, 2}) {
+    auto* policy = new NotedPolicy;
+    policy->m_policyId = id;
+    policy->m_isDefault = id == 2;
+    policy->throws = id == throwingPolicy;
+    cache.addPolicy(policy);
+  }
+  for (const char* name : {"6b", "6a", "5b", "5a", "4a", "3a", "2a", "1b", "1a"}) {
+    auto* link = new NotedLink;
+    link->m_policyId = 1;
+    link->m_entityType = static_cast<ZrEntityType>(name[0] - '0');
+    const bool address = name[0] == '4' || name[0] == '5';
+    link->m_entityName = address ? "10.0.0.1" : name;
+    link->throws = name == throwingLink;
+    cache.addEPLink(link);
+    link->m_entityName = name;
+  }
+  cache.m_mapUser.emplace("0", nullptr);
+  cache.m_vecIpRange.push_back(nullptr);
+  cache.m_mapPolicy.emplace(0, nullptr);
+}
+
+TEST(ZrPolicyCache, CleanupDeletesPoliciesThenLinksInTheirOrder) {
+  ZrPolicyCache cache;
+  fill(cache, 0, "");
+  cache.m_generation = 5;
+  cache.cleanup();
+  const std::vector<std::string> expected{"1", "2", "3", "1a", "1b", "2a", "3a", "4a", "5b", "5a", "6a", "6b"};
+  EXPECT_EQ(g_deleted, expected);
+  EXPECT_EQ(cache.m_mapPolicy.size() + cache.m_mapUser.size() + cache.m_vecIpRange.size(), 0U);
+  EXPECT_EQ(cache.m_defaultLink.m_pPolicy, nullptr);
+  EXPECT_EQ(cache.m_defaultLink.m_entityName, "Default Policy");
+  EXPECT_EQ(cache.m_generation, 5U);
+  cache.cleanup();
+  EXPECT_EQ(g_deleted, expected);
+}
+
+TEST(ZrPolicyCache, ThrowingDestructorEndsACleanupAndNothingIsFreedTwice) {
+  ZrPolicyCache cache;
+  fill(cache, 2, "5b");
+  EXPECT_NO_THROW(cache.cleanup());
+  EXPECT_EQ(g_deleted, (std::vector<std::string>{"1", "2"}));
+  EXPECT_THAT(cache.m_mapPolicy, ElementsAre(testing::Key(3)));
+  EXPECT_EQ(cache.m_mapUser.size(), 3U);
+  EXPECT_THROW(cache.purgeEPLinkList(), int);
+  EXPECT_EQ(g_deleted.back(), "5b");
+  EXPECT_EQ(cache.m_vecIpRange.size(), 2U);
+  EXPECT_EQ(cache.m_mapOther.size(), 2U);
+  cache.cleanup();
+  EXPECT_EQ(g_deleted, (std::vector<std::string>{"1", "2", "1a", "1b", "2a", "3a", "4a", "5b", "3", "5a", "6a", "6b"}));
+}
+
+TEST(ZrPolicyCache, PurgingLinksLeavesPoliciesInPlace) {
+  ZrPolicyCache cache;
+  fill(cache, 0, "");
+  cache.purgeEPLinkList();
+  EXPECT_EQ(cache.m_mapPolicy.size(), 4U);
+  EXPECT_EQ(cache.m_defaultLink.m_pPolicy, cache.m_mapPolicy.at(2));
+}
+
+}  // namespace

@@ -1,0 +1,140 @@
+#include "policy/ZrPolicyResultSet.h"
+
+#include <climits>
+#include <gmock/gmock.h>
+
+#include "policy/policy_objects.h"
+
+namespace {
+
+using testing::ElementsAre;
+using zrtest::thrownBy;
+
+// A cache with a user link of each given priority, for policies 1, 2, 3, ...; the links in that order.
+struct Filled {
+  explicit Filled(const std::vector<int>& priorities) {
+    zrtest::addPolicies(cache, static_cast<int>(priorities.size()));
+    for (std::size_t i = 0; i < priorities.size(); ++i) {
+      links.push_back(zrtest::newLink(ZrPolicyCache::USER, "u", static_cast<int>(i) + 1, priorities[i]));
+      cache.addEPLink(links.back());
+    }
+  }
+  void addTo(ZrPolicyResultSet& set) {
+    for (ZrEPLink* link : links)
+      set.addResult(link, link->m_pPolicy->m_vecRule[0]);
+  }
+  ZrPolicyCache cache;
+  std::vector<ZrEPLink*> links;
+};
+
+TEST(ZrPolicyResultSet, ResultsComeByPriorityThenInTheOrderOfAdding) {
+  Filled filled({5, 1, 5, 3});
+  zrtest::Asked asked(filled.cache);
+  EXPECT_EQ(asked.set.getTopPriorityResult(), nullptr);
+  EXPECT_EQ(asked.set.getNextResult(), nullptr);
+  EXPECT_EQ(asked.set.getSize(), 0U);
+  filled.addTo(asked.set);
+  EXPECT_EQ(asked.set.getNextResult()->getPolicyID(), 2);
+  EXPECT_EQ(asked.set.getNextResult()->getPolicyID(), 4);
+  EXPECT_EQ(asked.set.getTopPriorityResult()->getPolicyID(), 2);
+  EXPECT_THAT(asked.policies(), ElementsAre(2, 4, 1, 3));
+  EXPECT_EQ(asked.set.getNextResult(), nullptr);
+  EXPECT_EQ(asked.set.getNextResult(), nullptr);
+}
+
+TEST(ZrPolicyResultSet, FirstResultOfAPolicyStaysWhateverThePriority) {
+  Filled filled(std::vector<int>(40, 9));
+  zrtest::Asked asked(filled.cache);
+  for (int added = 0; added < 2; ++added) {
+    filled.addTo(asked.set);
+    EXPECT_EQ(asked.links(), (std::vector<const ZrEPLink*>(filled.links.begin(), filled.links.end())));
+    for (ZrEPLink* link : filled.links)
+      link->m_priority = 9 - added;
+  }
+}
+
+TEST(ZrPolicyResultSet, ResultsOfAnotherGenerationAreOutOfReach) {
+  Filled filled(std::vector<int>(30, 1));
+  zrtest::Asked asked(filled.cache);
+  ZrPolicyResultSet& set = asked.set;
+  set.addResult(filled.links[0], nullptr);
+  ZrPolicyResult* const result = set.getTopPriorityResult();
+  EXPECT_EQ(thrownBy([&] { result->getRule(); }), "const char*: Rule object is not available anymore");
+  EXPECT_STREQ(result->getEntityName(), "u");
+  for (const std::size_t size : {1U, 20U}) {  // few results are walked, many are kept in a table
+    for (std::size_t i = 1; i < size; ++i)
+      set.addResult(filled.links[i], filled.links[i]->m_pPolicy->m_vecRule[0]);
+    ++filled.cache.m_generation;
+    EXPECT_FALSE(set.isDataOK());
+    const std::string type = "const char*: ";
+    EXPECT_EQ(thrownBy([&] { set.getSize(); }), type + "The resultset is out of date case 1");
+    EXPECT_EQ(thrownBy([&] { set.getNextResult(); }), type + "The resultset is out of date case 2");
+    EXPECT_EQ(thrownBy([&] { set.getTopPriorityResult(); }), type + "The resultset is out of date case 3");
+    EXPECT_EQ(thrownBy([&] { result->getPolicyType(); }), type + "Policy type is not available anymore");
+    EXPECT_EQ(thrownBy([&] { result->getPolicyID(); }), type + "policy ID is not available anymore");
+    EXPECT_EQ(thrownBy([&] { result->getPolicyName(); }), type + "Policy name is not available anymore");
+    EXPECT_EQ(thrownBy([&] { result->getEntityName(); }), type + "Entity name is not available anymore");
+    EXPECT_EQ(thrownBy([&] { result->getEntityType(); }), type + "Entity type is not available anymore");
+    EXPECT_EQ(thrownBy([&] { result->getPriority(); }), type + "Policy priority information is not available anymore");
+    EXPECT_EQ(thrownBy([&] { result->getRule(); }), type + "Rule object is not available anymore");
+    EXPECT_EQ(thrownBy([&] { set.addResult(filled.links[25], nullptr); }), type + "policy ID is not available anymore");
+    --filled.cache.m_generation;
+    EXPECT_EQ(set.getSize(), size);
+  }
+  set.cleanup();
+  EXPECT_EQ(thrownBy([&] { set.getSize(); }), "const char*: The resultset is out of date case 1");
+  set.addResult(filled.links[0], nullptr);  // the first needs no comparison
+  set.setRefInfo(&filled.cache, filled.cache.m_generation);
+  EXPECT_EQ(set.getNextResult()->getPolicyID(), 1);
+}
+
+TEST(ZrPolicyResultSet, ResultsRemovedByHandAreNoLongerDuplicates) {
+  Filled filled(std::vector<int>(40, 1));
+  zrtest::Asked asked(filled.cache);
+  filled.addTo(asked.set);
+  for (int removed = 0; removed < 5; ++removed) {
+    delete *asked.set.m_setResult.begin();
+    asked.set.m_setResult.erase(asked.set.m_setResult.begin());
+  }
+  filled.addTo(asked.set);
+  EXPECT_EQ(asked.set.getSize(), 40U);
+  EXPECT_EQ(asked.policies().back(), 5);
+}
+
+TEST(ZrPolicyResultSet, PolicyIdsOfAnyNumberAreToldApart) {
+  ZrPolicyCache cache;
+  zrtest::Asked asked(cache);
+  std::vector<int> ids{INT_MIN, 0, INT_MAX, -1};
+  for (int i = 1; i < 300; ++i)
+    ids.push_back(i * 65536);
+  for (const int id : ids) {
+    cache.addPolicy(zrtest::newPolicy(id));
+    for (int twice = 0; twice < 2; ++twice)
+      cache.addEPLink(zrtest::newLink(ZrPolicyCache::OTHER, "x", id));
+  }
+  EXPECT_EQ(asked.key(ZrPolicyCache::OTHER, "x").policies(), ids);
+}
+
+TEST(ZrPolicyResultSet, DefaultPolicySortsBehindAndOnlyWhenNotThereYet) {
+  Filled filled({7});
+  zrtest::Asked asked(filled.cache);
+  filled.cache.getDefaultPolicy(&asked.set);
+  EXPECT_EQ(asked.set.getSize(), 0U);
+  ZrPolicy* const byDefault = zrtest::newPolicy(50, true, true);
+  byDefault->m_policyType = 3;
+  byDefault->m_policyName = "fallback";
+  filled.cache.addPolicy(byDefault);
+  filled.cache.getDefaultPolicy(&asked.set);
+  filled.addTo(asked.set);
+  filled.cache.getDefaultPolicy(&asked.set);
+  EXPECT_THAT(asked.policies(), ElementsAre(1, 50));
+  const ZrPolicyResult* const last = *asked.set.m_setResult.rbegin();
+  EXPECT_EQ(last->getEntityType(), ZrPolicyCache::DEFAULT);
+  EXPECT_STREQ(last->getEntityName(), "Default Policy");
+  EXPECT_EQ(last->getPriority(), INT_MAX);
+  EXPECT_EQ(last->getPolicyType(), 3);
+  EXPECT_STREQ(last->getPolicyName(), "fallback");
+  EXPECT_EQ(last->getRule(), byDefault->m_vecRule[0]);
+}
+
+}  // namespace
