@@ -1,0 +1,197 @@
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+#include <sys/stat.h>
+#include <thread>
+
+#include "common/temp_folder.h"
+#include "config/ConfigFile.h"
+#include "config/config_model.h"
+
+namespace {
+
+bool s_latin1 = false;
+
+}  // namespace
+
+// In place of the C runtime's, because few machines have a locale in which bytes above 127 are letters.
+extern "C" int isalnum(int c) noexcept {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+         (s_latin1 && c >= 0xC0 && c <= 0xFF);
+}
+
+namespace {
+
+using zrtest::ConfigSections;
+
+class ConfigFileRead : public testing::Test {
+ protected:
+  ConfigSections sectionsOf(const std::string& text) {
+    ConfigFile config(m_folder.write("read.conf", text).c_str());
+    EXPECT_TRUE(config.ok());
+    return config.m_pImpl->m_sections;
+  }
+
+  zrtest::TempFolder m_folder;
+};
+
+TEST_F(ConfigFileRead, GeneratedFilesMeanWhatTheRulesSay) {
+  for (unsigned seed = 0; seed < 1500; ++seed) {
+    const std::string path = m_folder.write("generated.conf", zrtest::generateConfig(seed, 60));
+    ConfigSections expected;
+    ASSERT_TRUE(zrtest::readConfigPlainly(path, expected));
+    ConfigFile config(path.c_str());
+    ASSERT_EQ(config.m_pImpl->m_sections, expected) << "seed " << seed;
+  }
+}
+
+TEST_F(ConfigFileRead, LinesAreSortedIntoSettings) {
+  const struct {
+    const char* text;
+    ConfigSections sections;
+  } kCases[] = {
+      {"[main]\na = 1\na = 2\n", {{"main", {{"a", "2"}}}}},
+      {"a = 1\n[main]\na = 2", {{"main", {{"a", "2"}}}}},
+      {"[one]\n[two]\n", {}},
+      {"[m]\n[main\n[ main ]\n[]\na=1", {{"m", {{"a", "1"}}}}},
+      {"[main extra]\na=1\n[main]junk\nb=2", {{"main", {{"a", "1"}, {"b", "2"}}}}},
+      {"[m]\na=v\nb = v\nc\t=\tv\nkey value\nmy key = 1", {{"m", {{"a", "v"}, {"b", "v"}, {"c", "v"}}}}},
+      {"[m]\nkey = value   # note\nempty=\n= nameless",
+       {{"m", {{"key", "value   # note"}, {"empty", ""}, {"", "nameless"}}}}},
+      {"\xEF\xBB\xBF[m]\n\xEF\xBB\xBF[n]\na=1", {{"m", {{"a", "1"}}}}},
+      {"[m]\r\na = 1\r\r\n\r\nb = 2\r", {{"m", {{"a", "1\r"}, {"b", "2"}}}}},
+      {"[m]\n\va=1\nb =\v1\n", {{"m", {{"b", "\v1"}}}}},
+      {"[main]\npath = /opt/a\\\n  /opt/b\nq=1", {{"main", {{"path", "/opt/a\n  /opt/b"}, {"q", "1"}}}}},
+      {"[m]\na = 1\\\n\nb=\\\n[n] # = \\\n\\\nc=3", {{"m", {{"a", "1\n"}, {"b", "\n[n] # = \n\nc=3"}}}}},
+      {"[m]\nb = 1\n= x\\\nlost\\\nlost\na=2", {{"m", {{"", "x\n"}, {"a", "2"}, {"b", "1"}}}}},
+  };
+  for (const auto& each : kCases)
+    EXPECT_EQ(sectionsOf(each.text), each.sections) << each.text;
+}
+
+TEST_F(ConfigFileRead, LongLinesArriveInPieces) {
+  // Line feed included, 1,023 bytes are one line; a longer one goes on as a line of its own.
+  const std::string fits = "a=" + std::string(1020, 'x'), rest(477, 'y');
+  EXPECT_EQ(sectionsOf("[m]\n" + fits + "\nb=1\n"),
+            (ConfigSections{{"m", {{"a", std::string(1020, 'x')}, {"b", "1"}}}}));
+  EXPECT_EQ(sectionsOf("[m]\n" + fits + "xb=1" + rest + "\n"),
+            (ConfigSections{{"m", {{"a", std::string(1021, 'x')}, {"b", "1" + rest}}}}));
+  EXPECT_EQ(sectionsOf("[m]\na=" + std::string(1020, 'x') + "\\" + rest + "\n"),
+            (ConfigSections{{"m", {{"a", std::string(1020, 'x') + "\n" + rest}}}}));
+}
+
+TEST_F(ConfigFileRead, ZeroBytesEndTheirPiece) {
+  const std::string text("[m]\na = 1\0 junk\\\nb = 2\r\0\n\0c = 3\nd = 4", 38);
+  EXPECT_EQ(sectionsOf(text), (ConfigSections{{"m", {{"a", "1"}, {"b", "2"}, {"d", "4"}}}}));
+}
+
+TEST_F(ConfigFileRead, NamesFollowTheLocaleOfTheProcess) {
+  const std::string text = "[m]\nn\xE4me = 1\n";
+  EXPECT_TRUE(sectionsOf(text).empty());
+  s_latin1 = true;
+  const ConfigSections sections = sectionsOf(text);
+  s_latin1 = false;
+  EXPECT_EQ(sections, (ConfigSections{{"m", {{"n\xE4me", "1"}}}}));
+}
+
+TEST_F(ConfigFileRead, FilesMergeAndAFailedReadChangesOnlyTheFlag) {
+  const std::string first = m_folder.write("1.conf", "[m]\na=1\nb=1"),
+                    second = m_folder.write("2.conf", "[m]\nb=2\n[n]\nc=3");
+  ConfigFile config(first.c_str());
+  EXPECT_EQ(config.read_config(second.c_str()), 0);
+  const ConfigSections merged{{"m", {{"a", "1"}, {"b", "2"}}}, {"n", {{"c", "3"}}}};
+  EXPECT_EQ(config.m_pImpl->m_sections, merged);
+  for (const char* bad : {m_folder.file("none").c_str(), "", static_cast<const char*>(nullptr)}) {
+    EXPECT_EQ(config.read_config(bad), -1);
+    EXPECT_FALSE(config.ok());
+    EXPECT_EQ(config.m_pImpl->m_sections, merged);
+    EXPECT_EQ(config.GetFilename(), second);
+  }
+  m_folder.write("2.conf", "[n]\nd=4");
+  EXPECT_EQ(config.refresh(), 0);
+  EXPECT_TRUE(config.ok());
+  EXPECT_EQ(config.m_pImpl->m_sections, (ConfigSections{{"n", {{"d", "4"}}}}));
+}
+
+TEST_F(ConfigFileRead, AValueMayNameTheNextFile) {
+  const std::string next = m_folder.write("next.conf", "[m]\ninclude = \\\n" + std::string(500, 'x'));
+  ConfigFile config(m_folder.write("first.conf", "[m]\ninclude = " + next).c_str());
+  EXPECT_EQ(config.read_config(config.getparam("m", "include")), 0);
+  EXPECT_EQ(config.GetFilename(), next);
+}
+
+TEST_F(ConfigFileRead, NothingReadMeansNothingHeld) {
+  ConfigFile empty, missing(m_folder.file("none").c_str()), null(nullptr);
+  for (ConfigFile* config : {&empty, &missing, &null}) {
+    EXPECT_FALSE(config->ok());
+    EXPECT_STREQ(config->GetFilename(), "");
+    EXPECT_EQ(config->refresh(), -1);
+    EXPECT_EQ(config->dump(), -1);
+  }
+}
+
+TEST_F(ConfigFileRead, AnythingThatOpensIsRead) {
+  ConfigFile folder(m_folder.path().c_str());
+  EXPECT_TRUE(folder.ok());
+  EXPECT_TRUE(folder.m_pImpl->m_sections.empty());
+
+  const std::string pipe = m_folder.file("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::thread writer([&pipe] { std::ofstream(pipe) << "[m]\na = " << std::flush << "1\n"; });
+  ConfigFile config(pipe.c_str());
+  writer.join();
+  EXPECT_STREQ(config.getparam("m", "a"), "1");
+}
+
+TEST_F(ConfigFileRead, NumbersAreReadAsStrtolDoesAndClampedTo32Bits) {
+  const struct {
+    const char* text;
+    int number;
+  } kCases[] = {{"42abc", 42},
+                {"abc", 0},
+                {" -7", -7},
+                {"0x10", 0},
+                {"+5", 5},
+                {"", 0},
+                {"2147483647", 2147483647},
+                {"2147483648", 2147483647},
+                {"-2147483648", -2147483647 - 1},
+                {"-2147483649", -2147483647 - 1},
+                {"99999999999", 2147483647},
+                {"-99999999999999999999", -2147483647 - 1}};
+  ConfigFile config;
+  for (const auto& each : kCases) {
+    config.setparam("m", "n", each.text);
+    EXPECT_EQ(config.getdigitparam("m", "n"), each.number) << each.text;
+  }
+  EXPECT_EQ(config.getdigitparam("m", "N"), 0);
+  EXPECT_EQ(config.getparam("M", "n"), nullptr);
+  EXPECT_EQ(config.getparam(nullptr, "n"), nullptr);
+  EXPECT_EQ(config.getdigitparam("m", nullptr), 0);
+}
+
+TEST_F(ConfigFileRead, WholeTextsComeByteForByteWithoutTheirMark) {
+  ConfigFile config;
+  const auto text = [&](const std::string& content) {
+    const std::unique_ptr<char[]> got(config.ReadWarnMsg(m_folder.write("text", content).c_str()));
+    return got ? std::string(got.get()) : "(null)";
+  };
+  EXPECT_EQ(text(""), "");
+  EXPECT_EQ(text("\xEF\xBB\xBF"), "");
+  EXPECT_EQ(text("\xEF\xBB"), "\xEF\xBB");
+  EXPECT_EQ(text("\xEF\xBB\xBFone\r\n\xEF\xBB\xBF"), "one\r\n\xEF\xBB\xBF");
+  EXPECT_EQ(text(std::string(100000, 'x')), std::string(100000, 'x'));
+  EXPECT_EQ(config.ReadWarnMsg(m_folder.file("none").c_str()), nullptr);
+  EXPECT_EQ(config.ReadWarnMsg(m_folder.path().c_str()), nullptr);
+  EXPECT_EQ(config.ReadWarnMsg(nullptr), nullptr);
+}
+
+TEST(ConfigFileCompare, NullIsEqualToNullOnly) {
+  EXPECT_EQ(ConfigFile::strcmpnull(nullptr, nullptr), 0);
+  EXPECT_EQ(ConfigFile::strcmpnull(nullptr, ""), 1);
+  EXPECT_EQ(ConfigFile::strcmpnull("", nullptr), 1);
+  EXPECT_EQ(ConfigFile::strcmpnull("Port", "pORT"), 0);
+  EXPECT_LT(ConfigFile::strcmpnull("a", "B"), 0);
+}
+
+}  // namespace
