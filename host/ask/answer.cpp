@@ -1,0 +1,53 @@
+#include "host/ask/answer.h"
+
+#include "host/load/sql_rule.h"
+#include "policy/ZrPolicyResultSet.h"
+
+namespace zrhost {
+
+namespace {
+
+// The lookups take their key as char* and do not change it.
+char* keyOf(const QuestionPart& part) { return const_cast<char*>(part.key.c_str()); }
+
+void lookUp(ZrPolicyCache& cache, const QuestionPart& part, ZrPolicyResultSet& results) {
+  switch (part.kind) {
+    case QuestionPart::Kind::Entity:
+      return cache.lookupPolicy(part.entityType, keyOf(part), &results);
+    case QuestionPart::Kind::Address:
+      cache.lookupPolicy(ZrPolicyCache::IP, keyOf(part), &results);
+      return cache.lookupPolicyIpRange(keyOf(part), &results);
+    case QuestionPart::Kind::Default:
+      return cache.getDefaultPolicy(&results);
+    case QuestionPart::Kind::All:
+      return cache.lookupAllPolicy(&results);
+  }
+}
+
+AnswerRule valuesOf(ZrRule& rule) {
+  const auto* sqlRule = dynamic_cast<const SqlRule*>(&rule);
+  return {rule.getRuleId(), rule.getRuleName(), rule.m_ruleType, rule.containLDAPSetting(),
+          sqlRule != nullptr ? sqlRule->getAction() : std::string()};
+}
+
+AnswerResult valuesOf(const ZrPolicyResult& result) {
+  // The names are taken from the objects and not from the accessors, whose texts would end at a zero byte.
+  return {result.getPriority(),   result.getPolicyID(),
+          result.getPolicyType(), result.m_pEPLink->m_pPolicy->m_policyName,
+          result.getEntityType(), result.m_pEPLink->m_entityName,
+          valuesOf(*result.getRule())};
+}
+
+}  // namespace
+
+Answer ask(ZrPolicyCache& cache, const Question& question) {
+  ZrPolicyResultSet results;
+  results.setRefInfo(&cache, cache.m_generation);
+  for (const QuestionPart& part : question) lookUp(cache, part, results);
+  Answer answer;
+  answer.reserve(results.getSize());
+  while (const ZrPolicyResult* result = results.getNextResult()) answer.push_back(valuesOf(*result));
+  return answer;
+}
+
+}  // namespace zrhost

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "host/ask/question.h"
+#include "policy/ZrPolicyCache.h"
+
+namespace zrhost {
+
+// The rule that a lookup selected, as plain values.
+struct AnswerRule {
+  std::int32_t id = 0;
+  std::string name;
+  std::int32_t type = 0;
+  bool ldapSetting = false;
+  std::string action;
+};
+
+// One policy that applies, with the link that bound it. Texts are as the cache holds them, of any bytes.
+struct AnswerResult {
+  std::int32_t priority = 0;
+  std::int32_t policyId = 0;
+  std::int32_t policyType = 0;
+  std::string policyName;
+  ZrPolicyCache::EntityType entityType = ZrPolicyCache::DEFAULT;
+  std::string entityName;
+  AnswerRule rule;
+};
+
+// What applies, best first: ascending priority, results of equal priority in the order in which they were found. A copy:
+// it outlives the cache.
+using Answer = std::vector<AnswerResult>;
+
+// Asks a loaded cache. The first link found for a policy is the one that is answered, so the order of the parts counts.
+// The rules of the cache are SqlRule objects; of a rule of another kind the action stays empty.
+//
+// Threads: any number at once on one cache, while nothing changes it.
+// Throws HostError (Usage) for an address that the cache refuses, the library's own texts (as const char*) for anything
+// else that it reports, and std::bad_alloc.
+Answer ask(ZrPolicyCache& cache, const Question& question);
+
+}  // namespace zrhost

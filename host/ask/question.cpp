@@ -1,0 +1,61 @@
+#include "host/ask/question.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <iterator>
+
+#include "host/format/text.h"
+#include "host/rows/host_error.h"
+
+namespace zrhost {
+
+namespace {
+
+[[noreturn]] void refuse(const std::string& reason) { throw HostError(ErrorKind::Usage, reason); }
+
+std::string quoted(std::string_view text) { return '"' + shortened(text) + '"'; }
+
+// inet_addr stops at a blank and ignores what follows it: such a text would be answered for another address than the
+// one that its writer had in mind.
+bool isAddress(const std::string& key) {
+  constexpr std::string_view kAddressCharacters = "0123456789abcdefABCDEFxX.";
+  return key.find_first_not_of(kAddressCharacters) == std::string::npos && inet_addr(key.c_str()) != INADDR_NONE;
+}
+
+QuestionPart parsePart(std::string_view text) {
+  if (text == "default") return {QuestionPart::Kind::Default, ZrPolicyCache::DEFAULT, {}};
+  if (text == "all") return {QuestionPart::Kind::All, ZrPolicyCache::DEFAULT, {}};
+  const std::string_view word = text.substr(0, text.find(' '));
+  const auto* known = std::find_if(std::begin(kQuestionWords), std::end(kQuestionWords),
+                                   [word](const QuestionWord& entry) { return entry.word == word; });
+  if (text.empty()) refuse("a part of the question is empty; separate parts by single tabs");
+  if (known == std::end(kQuestionWords)) {
+    refuse(quoted(text) + " is no question; ask with user, group, host, ip or other and a key, with default or with all");
+  }
+  return makeQuestionPart(*known, text.substr(std::min(text.size(), word.size() + 1)));
+}
+
+}  // namespace
+
+QuestionPart makeQuestionPart(const QuestionWord& word, std::string_view key) {
+  const std::string name = word.word;
+  if (key.empty()) refuse(name + " needs a key that is not empty");
+  if (key.find('\0') != std::string_view::npos) refuse(name + " " + quoted(key) + ": a key cannot hold a zero byte");
+  QuestionPart part{word.kind, word.entityType, std::string(key)};
+  if (part.kind == QuestionPart::Kind::Address && !isAddress(part.key)) {
+    refuse(name + " " + quoted(key) + " is no IPv4 address that can be looked up; write it as in 10.0.0.7");
+  }
+  return part;
+}
+
+Question parseQuestion(std::string_view line) {
+  Question question;
+  for (std::size_t start = 0; start <= line.size();) {
+    const std::size_t end = std::min(line.find('\t', start), line.size());
+    question.push_back(parsePart(line.substr(start, end - start)));
+    start = end + 1;
+  }
+  return question;
+}
+
+}  // namespace zrhost

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "policy/ZrPolicyCache.h"
+
+namespace zrhost {
+
+// One thing that a question asks for. `key` is the entity's text, of any bytes; it is empty for kinds without one.
+struct QuestionPart {
+  enum class Kind {
+    Entity,   // the links of `entityType` whose key is `key`
+    Address,  // the links of the single address `key`, then those of the ranges that hold it
+    Default,  // the default policy
+    All,      // every user, group and other link
+  };
+
+  Kind kind = Kind::Entity;
+  ZrPolicyCache::EntityType entityType = ZrPolicyCache::USER;
+  std::string key;
+};
+
+// What is asked in one go: the parts are looked up in this order, and each policy is answered once.
+using Question = std::vector<QuestionPart>;
+
+// The words by which people name the kinds that have a key, with what stands for the key in a help text.
+struct QuestionWord {
+  const char* word;
+  const char* keyName;
+  QuestionPart::Kind kind;
+  ZrPolicyCache::EntityType entityType;
+};
+inline constexpr QuestionWord kQuestionWords[] = {
+    {"user", "NAME", QuestionPart::Kind::Entity, ZrPolicyCache::USER},
+    {"group", "NAME", QuestionPart::Kind::Entity, ZrPolicyCache::GROUP},
+    {"host", "NAME", QuestionPart::Kind::Entity, ZrPolicyCache::HOSTNAME},
+    {"ip", "ADDRESS", QuestionPart::Kind::Address, ZrPolicyCache::IP},
+    {"other", "KEY", QuestionPart::Kind::Entity, ZrPolicyCache::OTHER},
+};
+
+// Makes the part for a word of kQuestionWords and its key.
+//
+// Throws HostError (Usage) for a key that the library would not search with, or would read only a part of: an empty
+// one, one with a zero byte, an address that `inet_addr` does not know (255.255.255.255 included) or that something
+// follows.
+QuestionPart makeQuestionPart(const QuestionWord& word, std::string_view key);
+
+// Reads a question from one line of text without its end: parts separated by single tabs, each a word of kQuestionWords,
+// one blank and the key ("user john@example.org"; everything behind that blank belongs to the key), or the word
+// "default" or "all" alone.
+//
+// Throws HostError (Usage) that says which part is none and why.
+Question parseQuestion(std::string_view line);
+
+}  // namespace zrhost
