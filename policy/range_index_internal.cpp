@@ -32,8 +32,8 @@ void Places::grow() {
 }
 
 void RangeIndex::clear() {
-  m_ranges = {};
-  m_blocks = {};
+  std::vector<Range>().swap(m_ranges);  // assignment would keep the memory
+  std::vector<Block>().swap(m_blocks);
   m_tailBegin = m_covered = 0;
 }
 

@@ -32,7 +32,7 @@ TEST(ZrEPLink, AddressTextIsReadLikeTwoWordsWithATildeBetween) {
       {"10.0.0.1 ~", "nothing", one, kKept},
       {"10.0.0.1 ~  ", "nothing", one, kKept},
       {"192.168.100.100~10.0.0.9", "nothing", ip(192, 168, 100, 100), nine},  // the tilde follows 15 characters
-      {"0000000000000010.0.0.1", "nothing", 0, kKept},                        // cut at 15: octal 0
+      {"0000000000000010.0.0.1", "nothing", ip(0, 0, 0, 1), kKept},           // cut at 15 characters: octal 1
       {"10.0.0.1 ~ 10.0.0.1234567890", kSecondBad, one, kKept},
       {"", "const char*: Empty string without IP address value", kKept, kKept},
       {"   ", "nothing", kKept, kKept},
