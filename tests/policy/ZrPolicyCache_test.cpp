@@ -208,12 +208,4 @@ TEST(ZrPolicyCache, ThrowingDestructorEndsACleanupAndNothingIsFreedTwice) {
   EXPECT_EQ(g_deleted, (std::vector<std::string>{"1", "2", "1a", "1b", "2a", "3a", "4a", "5b", "3", "5a", "6a", "6b"}));
 }
 
-TEST(ZrPolicyCache, PurgingLinksLeavesPoliciesInPlace) {
-  ZrPolicyCache cache;
-  fill(cache, 0, "");
-  cache.purgeEPLinkList();
-  EXPECT_EQ(cache.m_mapPolicy.size(), 4U);
-  EXPECT_EQ(cache.m_defaultLink.m_pPolicy, cache.m_mapPolicy.at(2));
-}
-
 }  // namespace

@@ -1,6 +1,7 @@
 #include "policy/ZrPolicyResultSet.h"
 
 #include <climits>
+#include <functional>
 #include <gmock/gmock.h>
 
 #include "policy/policy_objects.h"
@@ -66,18 +67,22 @@ TEST(ZrPolicyResultSet, ResultsOfAnotherGenerationAreOutOfReach) {
       set.addResult(filled.links[i], filled.links[i]->m_pPolicy->m_vecRule[0]);
     ++filled.cache.m_generation;
     EXPECT_FALSE(set.isDataOK());
-    const std::string type = "const char*: ";
-    EXPECT_EQ(thrownBy([&] { set.getSize(); }), type + "The resultset is out of date case 1");
-    EXPECT_EQ(thrownBy([&] { set.getNextResult(); }), type + "The resultset is out of date case 2");
-    EXPECT_EQ(thrownBy([&] { set.getTopPriorityResult(); }), type + "The resultset is out of date case 3");
-    EXPECT_EQ(thrownBy([&] { result->getPolicyType(); }), type + "Policy type is not available anymore");
-    EXPECT_EQ(thrownBy([&] { result->getPolicyID(); }), type + "policy ID is not available anymore");
-    EXPECT_EQ(thrownBy([&] { result->getPolicyName(); }), type + "Policy name is not available anymore");
-    EXPECT_EQ(thrownBy([&] { result->getEntityName(); }), type + "Entity name is not available anymore");
-    EXPECT_EQ(thrownBy([&] { result->getEntityType(); }), type + "Entity type is not available anymore");
-    EXPECT_EQ(thrownBy([&] { result->getPriority(); }), type + "Policy priority information is not available anymore");
-    EXPECT_EQ(thrownBy([&] { result->getRule(); }), type + "Rule object is not available anymore");
-    EXPECT_EQ(thrownBy([&] { set.addResult(filled.links[25], nullptr); }), type + "policy ID is not available anymore");
+    using Operation = std::function<void()>;
+    const std::pair<Operation, const char*> cases[] = {
+        {[&] { set.getSize(); }, "The resultset is out of date case 1"},
+        {[&] { set.getNextResult(); }, "The resultset is out of date case 2"},
+        {[&] { set.getTopPriorityResult(); }, "The resultset is out of date case 3"},
+        {[&] { result->getPolicyType(); }, "Policy type is not available anymore"},
+        {[&] { result->getPolicyID(); }, "policy ID is not available anymore"},
+        {[&] { result->getPolicyName(); }, "Policy name is not available anymore"},
+        {[&] { result->getEntityName(); }, "Entity name is not available anymore"},
+        {[&] { result->getEntityType(); }, "Entity type is not available anymore"},
+        {[&] { result->getPriority(); }, "Policy priority information is not available anymore"},
+        {[&] { result->getRule(); }, "Rule object is not available anymore"},
+        {[&] { set.addResult(filled.links[25], nullptr); }, "policy ID is not available anymore"},
+    };
+    for (const auto& [operation, text] : cases)
+      EXPECT_EQ(thrownBy(operation), std::string("const char*: ") + text);
     --filled.cache.m_generation;
     EXPECT_EQ(set.getSize(), size);
   }

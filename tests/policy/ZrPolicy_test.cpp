@@ -43,10 +43,4 @@ TEST(ZrPolicy, DeletesEachRuleOnceEvenWhenOneThrows) {
   EXPECT_EQ(TestRule::alive, before);
 }
 
-TEST(ZrEntityType, NamesStandInTheOrderOfTheValues) {
-  const char* const names[] = {"DEFAULT", "USER", "GROUP", "HOSTNAME", "IP", "IP_RANGE", "OTHER"};
-  for (int type = ZrPolicyCache::DEFAULT; type <= ZrPolicyCache::OTHER; ++type)
-    EXPECT_STREQ(g_rule_entity[type], names[type]);
-}
-
 }  // namespace
