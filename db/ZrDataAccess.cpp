@@ -40,7 +40,7 @@ void addConnection(ZrDataAccess& pool, int id) {
   connect->setConnID(id);
   pool.m_deqIdleConnect.push_back(connect.get());
   pool.m_vecConnect.push_back(connect.get());
-  connect.release();
+  static_cast<void>(connect.release());  // the pool's now
 }
 
 ZrDbConnect* takeIdle(ZrDataAccess& pool) {

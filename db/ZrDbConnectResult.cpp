@@ -76,7 +76,7 @@ void fileColumn(ZrDbConnect& connect, std::unique_ptr<ZrDbColumn> column) {
     LogPrintf("Failed to insert column object into map, column [%s].", column->m_name.c_str());
     throw "Failed to insert column object into map";
   }
-  column.release();
+  static_cast<void>(column.release());  // the map's now
 }
 
 void describeColumns(ZrDbConnect& connect) {

@@ -8,14 +8,14 @@
 namespace {
 
 constexpr char base64_table[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
-constexpr unsigned kAlphabetSize = 64;
+constexpr std::size_t kAlphabetSize = 64;
 constexpr std::uint8_t kOutside = 255;
 
 // Both characters of every 12-bit value: half the look-ups, and small enough for the first-level cache.
 using Pair = std::array<char, 2>;
 constexpr auto kPairs = [] {
   std::array<Pair, kAlphabetSize * kAlphabetSize> pairs{};
-  for (unsigned value = 0; value < pairs.size(); ++value) {
+  for (std::size_t value = 0; value < pairs.size(); ++value) {
     pairs[value] = {base64_table[value / kAlphabetSize], base64_table[value % kAlphabetSize]};
   }
   return pairs;
@@ -25,7 +25,7 @@ constexpr auto kValues = [] {
   std::array<std::uint8_t, 256> values{};
   for (std::uint8_t& value : values)
     value = kOutside;
-  for (unsigned index = 0; index < kAlphabetSize; ++index) {
+  for (std::size_t index = 0; index < kAlphabetSize; ++index) {
     values[static_cast<unsigned char>(base64_table[index])] = static_cast<std::uint8_t>(index);
   }
   return values;

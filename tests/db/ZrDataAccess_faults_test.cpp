@@ -1,0 +1,97 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "common/log_capture.h"
+#include "db/ZrDataAccess.h"
+#include "db/scripted_odbc.h"
+#include "db/thrown.h"
+
+namespace {
+
+using testing::ElementsAre;
+using zrtest::odbc;
+using zrtest::thrown;
+
+constexpr const char* kNoMemory = "Failed to allocate ZrDbConnect instance.";
+
+class ScriptedPool : public testing::Test {
+ protected:
+  ScriptedPool() {
+    zrtest::startScript();
+    pool->setDbReconnectTrial(1);
+  }
+  ~ScriptedPool() override {
+    pool.reset();
+    EXPECT_TRUE(odbc().handles.empty());
+    EXPECT_EQ(odbc().wrongFrees, 0);
+  }
+  std::string init(int size) {
+    return thrown([&] { pool->init("", size, "source", "user", "word"); });
+  }
+  int borrow() { return pool->getConnect()->getConnID(); }
+
+  zrtest::LogCapture log;
+  std::unique_ptr<ZrDataAccess> pool = std::make_unique<ZrDataAccess>();
+};
+
+TEST_F(ScriptedPool, ConnectionsAreLentInTheOrderOfTheirReturn) {
+  EXPECT_EQ(thrown([&] { pool->getConnect(); }), "Connection pool is not ready.");
+  EXPECT_EQ(init(0), "NULL or 0 parameters");
+  EXPECT_EQ(thrown([&] { pool->init(nullptr, 1, "", "", ""); }), "NULL or 0 parameters");
+  ASSERT_EQ(init(3), "");
+  ZrDbConnect* lent[3];
+  for (ZrDbConnect*& connect : lent)
+    connect = pool->getConnect();
+  EXPECT_EQ(lent[0]->getConnID(), 1);
+  EXPECT_EQ(thrown([&] { pool->getConnect(); }), "Out of Db connection in pool.");
+  EXPECT_TRUE(pool->reinit());  // none is idle
+  pool->returnConnect(lent[2]);
+  pool->returnConnect(lent[0]);
+  EXPECT_EQ(borrow(), 3);
+  EXPECT_EQ(borrow(), 1);
+  EXPECT_EQ(thrown([&] { pool->returnConnect(nullptr); }), "Return NULL pointer");
+  EXPECT_THAT(log.texts(1), ElementsAre("Connection pool is not ready.", "Out of Db connection in pool."));
+  EXPECT_THAT(log.texts(4),
+              testing::Contains("ZrDataAccess::init() m_strConnectString= m_dsn=source m_user=user m_pass=word\n"));
+  ASSERT_EQ(init(-2), "");
+  EXPECT_EQ(thrown([&] { pool->getConnect(); }), "Out of Db connection in pool.");
+}
+
+TEST_F(ScriptedPool, PoolThatCannotBeBuiltIsEmpty) {
+  odbc().faults = {{"Connect", {3, SQL_ERROR}}};
+  EXPECT_EQ(init(3), "Failed to create connection.");
+  EXPECT_TRUE(odbc().handles.empty());
+  zrtest::failAllocations(sizeof(ZrDbConnect), 3);  // an object and its buffer, and the next object
+  EXPECT_EQ(init(3), kNoMemory);
+  zrtest::failAllocations(0);
+  EXPECT_TRUE(pool->m_vecConnect.empty());
+  EXPECT_EQ(thrown([&] { pool->getConnect(); }), "Connection pool is not ready.");
+  EXPECT_THAT(log.texts(1), ElementsAre(kNoMemory, "Connection pool is not ready."));
+}
+
+TEST_F(ScriptedPool, BrokenConnectionStaysUntilItsReplacementConnects) {
+  ASSERT_EQ(init(2), "");
+  ZrDbConnect* broken = pool->getConnect();
+  broken->m_state = 6;
+  const auto lendTheBroken = [&] {
+    while (pool->m_deqIdleConnect.front() != broken)
+      pool->returnConnect(pool->getConnect());
+    return pool->getConnect();
+  };
+  pool->returnConnect(broken);
+  odbc().faults = {{"Connect", {1, SQL_ERROR}}};
+  EXPECT_EQ(thrown(lendTheBroken), "Failed to create connection.");
+  EXPECT_EQ(pool->m_deqIdleConnect.back(), broken);
+  zrtest::failAllocations(sizeof(ZrDbConnect));
+  EXPECT_EQ(thrown(lendTheBroken), kNoMemory);
+  zrtest::failAllocations(0);
+  EXPECT_EQ(pool->m_deqIdleConnect.back(), broken);
+  EXPECT_THAT(log.texts(1), ElementsAre());
+  ZrDbConnect* replacement = lendTheBroken();
+  EXPECT_EQ(replacement->getState(), 2);
+  EXPECT_EQ(replacement->getConnID(), 1);
+  EXPECT_EQ(pool->m_vecConnect.front(), replacement);
+  EXPECT_EQ(odbc().handles.size(), 6U);
+}
+
+}  // namespace

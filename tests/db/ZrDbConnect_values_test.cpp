@@ -1,0 +1,171 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "common/log_capture.h"
+#include "db/ZrDbConnect.h"
+#include "db/scripted_odbc.h"
+#include "db/thrown.h"
+
+namespace {
+
+using testing::ElementsAre;
+using zrtest::kKeep;
+using zrtest::odbc;
+using zrtest::Piece;
+using zrtest::thrown;
+
+std::string units(const std::u16string& text) {
+  const std::u16string ended = text + u'\0';
+  return {reinterpret_cast<const char*>(ended.data()), ended.size() * sizeof(char16_t)};
+}
+
+class ScriptedRow : public testing::Test {
+ protected:
+  ScriptedRow() {
+    zrtest::startScript();
+    connect.connect("", "", "", "");
+  }
+  // The value of a column of one row; or what reading it throws.
+  std::string read(SQLSMALLINT type, std::vector<Piece> pieces) {
+    odbc().results = {{{{"before", SQL_VARCHAR, {{"stale, and longer", SQL_NO_TOTAL, SQL_SUCCESS}}},
+                        {"value", type, std::move(pieces)},
+                        {"other", type, {}}},
+                       1}};
+    odbc().results[0].columns.pop_back();
+    connect.executeSQL("select", ZrDbConnect::SQLTYPE_ANSI);
+    const std::string text = thrown([&] { connect.fetchNextRow(); });
+    return text.empty() ? connect.getColVal("VALUE") : text;
+  }
+
+  zrtest::LogCapture log;
+  ZrDbConnect connect;
+};
+
+TEST_F(ScriptedRow, WideTextIsJoinedAndBecomesUtf8) {
+  const std::u16string large(65535, u'\u03B1');
+  std::string largeUtf8;
+  for (int i = 0; i < 65535; ++i)
+    largeUtf8 += "\xCE\xB1";
+  const std::u16string half = large.substr(1) + u'\xD83D';
+  struct Case {
+    const char* what;
+    std::vector<Piece> pieces;
+    std::string text;
+  };
+  for (const Case& c : std::vector<Case>{
+           {"scripts", {{units(u"\u03B1\u4E2D"), 4, SQL_SUCCESS}}, "\xCE\xB1\xE4\xB8\xAD"},
+           {"NULL", {{"", SQL_NULL_DATA, SQL_SUCCESS}}, ""},
+           {"empty", {{units(u""), 0, SQL_SUCCESS}}, ""},
+           {"surrogates cut by the border",
+            {{units(half), 262144, SQL_SUCCESS_WITH_INFO}, {units(u"\xDE00!"), 4, SQL_SUCCESS}},
+            largeUtf8.substr(2) + "\xF0\x9F\x98\x80!"},
+           {"no total",
+            {{units(large), SQL_NO_TOTAL, SQL_SUCCESS_WITH_INFO}, {units(u"z"), kKeep, SQL_SUCCESS}},
+            largeUtf8 + "z"},
+           {"lone surrogate", {{units(u"a\xD800z"), 6, SQL_SUCCESS}}, "a\xEF\xBF\xBDz"},
+           {"failure that sets no length", {{units(u"a"), kKeep, SQL_ERROR}}, "Failed to fetch char data"},
+           {"failure at the second piece",
+            {{units(large), SQL_NO_TOTAL, SQL_SUCCESS_WITH_INFO}, {"", kKeep, SQL_ERROR}},
+            "Failed to fetch char data"}})
+    for (const SQLSMALLINT type : {SQL_WCHAR, SQL_WVARCHAR, SQL_WLONGVARCHAR})
+      EXPECT_EQ(read(type, c.pieces), c.text) << c.what;
+  EXPECT_GT(odbc().count("GetData 2 -8 131072"), 0);
+}
+
+TEST_F(ScriptedRow, WideTextThatCannotBeConvertedIsReported) {
+  const std::vector<Piece> pieces = {{units(std::u16string(60000, u'x')), 120000, SQL_SUCCESS}};
+  UConverter* converter = connect.m_pConverter;
+  for (const int skip : {0, 1}) {
+    zrtest::failAllocations(100000, skip);
+    EXPECT_EQ(read(SQL_WVARCHAR, pieces), "Failed to convert UTF-16 data to UTF-8.");
+  }
+  zrtest::failAllocations(0);
+  connect.m_pConverter = nullptr;
+  EXPECT_EQ(read(SQL_WVARCHAR, pieces), "Failed to convert UTF-16 data to UTF-8.");
+  connect.m_pConverter = converter;
+  EXPECT_EQ(connect.m_state, 4);
+  EXPECT_THAT(log.texts(1),
+              ElementsAre("Failed to allocate target buffer for converting UTF-16 data to UTF-8. Column name: value",
+                          "Failed to allocate source buffer for converting UTF-16 data to UTF-8. Column name: value",
+                          "Failed to convert UTF-16 data to UTF-8. Column name: value"));
+  EXPECT_EQ(read(SQL_WVARCHAR, pieces).size(), 60000U);
+}
+
+TEST_F(ScriptedRow, TextIsJoinedAsTheDriverGivesIt) {
+  const std::string full(65535, 'x');
+  struct Case {
+    const char* what;
+    std::vector<Piece> pieces;
+    std::string text;
+  };
+  for (const Case& c :
+       std::vector<Case>{{"long", {{full + '\0', 70000, SQL_SUCCESS_WITH_INFO}, {"end", 3, SQL_SUCCESS}}, full + "end"},
+                         {"NULL: the buffer of the column before is cleared", {{"", SQL_NULL_DATA, SQL_SUCCESS}}, ""},
+                         {"no total, not terminated", {{"abc", SQL_NO_TOTAL, SQL_SUCCESS}}, "abc"},
+                         {"up to a zero", {{std::string("ab\0c", 4), 4, SQL_SUCCESS}}, "ab"},
+                         {"empty", {{"", 0, SQL_SUCCESS}}, ""},
+                         {"no data", {}, "Failed to fetch char data"},
+                         {"more is said, and nothing comes",
+                          {{full + '\0', SQL_NO_TOTAL, SQL_SUCCESS_WITH_INFO}},
+                          "Failed to fetch char data"}})
+    EXPECT_EQ(read(SQL_DECIMAL, c.pieces), c.text) << c.what;
+  EXPECT_GT(odbc().count("GetData 2 1 65536"), 0);
+}
+
+TEST_F(ScriptedRow, BinaryDataIsNotRead) {
+  for (const SQLSMALLINT type : {SQL_BINARY, SQL_VARBINARY, SQL_LONGVARBINARY})
+    EXPECT_EQ(read(type, {}), "BINARY DATA");
+  EXPECT_EQ(odbc().count("GetData 2"), 0);
+}
+
+TEST_F(ScriptedRow, FailedFetchIsNoEndOfRows) {
+  odbc().faults = {{"Fetch", {1, SQL_ERROR}}};
+  EXPECT_EQ(read(SQL_VARCHAR, {}), "Failed to fetch next row.");
+  EXPECT_EQ(connect.m_state, 4);
+}
+
+TEST_F(ScriptedRow, ColumnsThatTheHostTookAwayAreMissed) {
+  read(SQL_VARCHAR, {{"1", 1, SQL_SUCCESS}});
+  delete connect.m_mapColumn.at("before");
+  connect.m_mapColumn["before"] = nullptr;
+  odbc().fetched = 0;
+  EXPECT_EQ(thrown([&] { connect.fetchNextRow(); }), "Failed to retrieve ZrDbColumn object from map list.");
+  EXPECT_EQ(thrown([&] { connect.getColVal("before"); }), "Can not find data\n");
+  connect.m_mapColumn.erase("before");
+  odbc().fetched = 0;
+  EXPECT_EQ(thrown([&] { connect.fetchNextRow(); }), "Could not found matched ZrDbColumn object");
+  EXPECT_THAT(log.texts(1), ElementsAre("Failed to retrieve ZrDbColumn object from map list.",
+                                        "ZrDbConnect::getColVal() Can not find data column name isbefore\n",
+                                        "Could not found matched ZrDbColumn object"));
+}
+
+TEST_F(ScriptedRow, IntegersAreReadAsFarAsTheyGoAndTheRestIsLogged) {
+  struct Case {
+    const char* text;
+    int number;
+    const char* invalid;  // the character that is named, or null
+    bool logged;
+  };
+  for (const Case& c : {Case{"42abc", 42, "a", true},
+                        {"  17", 17, nullptr, false},
+                        {"17 ", 17, " ", true},
+                        {"-5", -5, nullptr, false},
+                        {"+6", 6, nullptr, false},
+                        {"", 0, nullptr, true},
+                        {"x1", 0, nullptr, true},
+                        {"-", 0, nullptr, true},
+                        {"9000000000", 2147483647, nullptr, false}}) {
+    read(SQL_VARCHAR, {{c.text, static_cast<SQLLEN>(std::string(c.text).size()), SQL_SUCCESS}});
+    log.clear();
+    EXPECT_EQ(connect.getColValInt("value"), c.number) << c.text;
+    std::vector<std::string> lines;
+    if (c.invalid != nullptr) lines.push_back(std::string("Invalid character = ") + c.invalid + "\n");
+    if (c.logged) {
+      lines.push_back(std::string("Could not convert string to int, column name:[value], value:[") + c.text + "]");
+    }
+    EXPECT_EQ(log.texts(1), lines) << c.text;
+  }
+  EXPECT_EQ(connect.getColValLongLong("value"), 9000000000LL);
+}
+
+}  // namespace
