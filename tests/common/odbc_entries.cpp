@@ -31,6 +31,11 @@ void OdbcEntries::addPostgres(const std::string& dsn, const std::string& socketF
   add(dsn, "Driver=" + driver + "\nServername=" + socketFolder + "\nPort=5432\nDatabase=" + database + "\n" + more);
 }
 
+std::string OdbcEntries::freshName() {
+  static int count = 0;
+  return "source" + std::to_string(++count);
+}
+
 void keepOdbcDriversLoaded() {
   for (const char* driver : {"libsqlite3odbc.so", "psqlodbcw.so", "psqlodbca.so"}) {
     dlopen((std::string(ZR_ODBC_DRIVER_FOLDER "/") + driver).c_str(), RTLD_NOW | RTLD_NODELETE);

@@ -7,6 +7,9 @@
 namespace zrtest {
 
 // Data sources of this test process only: a private odbc.ini that ODBCINI names while the object lives.
+//
+// The driver manager remembers for some seconds what it read of a source, by the source's name alone: tests that follow
+// one another in a process need names of their own (see freshName).
 class OdbcEntries {
  public:
   OdbcEntries();
@@ -21,6 +24,8 @@ class OdbcEntries {
   // A PostgreSQL server that listens on a Unix socket in `socketFolder`. `driver` is as registered.
   void addPostgres(const std::string& dsn, const std::string& socketFolder, const std::string& database,
                    const std::string& driver = "PostgreSQL Unicode", const std::string& more = {});
+  // A name for a data source that no other test of this process uses.
+  static std::string freshName();
   const TempFolder& folder() const { return m_folder; }
 
  private:

@@ -19,10 +19,10 @@ class Postgres : public testing::Test {
   void SetUp() override {
     if (!PostgresServer::installed()) GTEST_SKIP() << "no PostgreSQL server on this machine";
     database = PostgresServer::shared().createDatabase();
-    entries.addPostgres("policies", PostgresServer::shared().socketFolder(), database);
+    entries.addPostgres(source, PostgresServer::shared().socketFolder(), database);
     pool.setDbReconnectTrial(1);
     pool.setDbRetrialTimeOut(0);
-    pool.init("", 2, "policies", PostgresServer::kUser, "");
+    pool.init("", 2, source.c_str(), PostgresServer::kUser, "");
     connect = pool.getConnect();
   }
   std::string run(const char* sql, ZrDbConnect::SQL_TYPE type = ZrDbConnect::SQLTYPE_ANSI) {
@@ -32,6 +32,7 @@ class Postgres : public testing::Test {
 
   zrtest::LogCapture log;
   zrtest::OdbcEntries entries;
+  const std::string source = zrtest::OdbcEntries::freshName();
   ZrDataAccess pool;
   ZrDbConnect* connect = nullptr;
   std::string database;
@@ -99,8 +100,8 @@ TEST_F(Postgres, WrongPasswordIsRefusedAndTheRightOneIsNot) {
   ZrDbConnect other;
   other.setDbReconnectTrial(1);
   other.setDbRetrialTimeOut(0);
-  EXPECT_EQ(thrown([&] { other.connect("", "policies", "reader", "wrong"); }), "Failed to create connection.");
-  EXPECT_EQ(thrown([&] { other.connect("", "policies", "reader", "secret"); }), "");
+  EXPECT_EQ(thrown([&] { other.connect("", source.c_str(), "reader", "wrong"); }), "Failed to create connection.");
+  EXPECT_EQ(thrown([&] { other.connect("", source.c_str(), "reader", "secret"); }), "");
   EXPECT_EQ(other.m_dbmsType, 1);
 }
 
@@ -110,7 +111,8 @@ TEST_F(Postgres, PoolComesBackWithTheServer) {
   log.clear();
   EXPECT_FALSE(pool.reinit());
   EXPECT_EQ(log.texts(1), std::vector<std::string>{"ZrDataAccess::reinit: Failed to re-initialize the connection pool "
-                                                   "(dsn: policies user: postgres)."});
+                                                   "(dsn: " +
+                                                   source + " user: postgres)."});
   connect = pool.getConnect();
   EXPECT_EQ(connect->getConnID(), 2);  // the order of the queue is kept
   EXPECT_EQ(connect->getState(), 1);

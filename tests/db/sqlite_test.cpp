@@ -14,10 +14,10 @@ using zrtest::thrown;
 class Sqlite : public testing::Test {
  protected:
   Sqlite() {
-    entries.addSqlite("policies");
+    entries.addSqlite(source);
     pool.setDbReconnectTrial(1);
     pool.setDbRetrialTimeOut(0);
-    pool.init("", 2, "policies", "", "");
+    pool.init("", 2, source.c_str(), "", "");
     connect = pool.getConnect();
   }
   std::string run(const std::string& sql) {
@@ -26,6 +26,7 @@ class Sqlite : public testing::Test {
 
   zrtest::LogCapture log;
   zrtest::OdbcEntries entries;
+  const std::string source = zrtest::OdbcEntries::freshName();
   ZrDataAccess pool;
   ZrDbConnect* connect = nullptr;
 };
