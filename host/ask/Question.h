@@ -11,13 +11,13 @@ namespace zrhost {
 // One thing that a question asks for. `key` is the entity's text, of any bytes; it is empty for kinds without one.
 struct QuestionPart {
   enum class Kind {
-    Entity,   // the links of `entityType` whose key is `key`
-    Address,  // the links of the single address `key`, then those of the ranges that hold it
-    Default,  // the default policy
-    All,      // every user, group and other link
+    kEntity,   // the links of `entityType` whose key is `key`
+    kAddress,  // the links of the single address `key`, then those of the ranges that hold it
+    kDefault,  // the default policy
+    kAll,      // every user, group and other link
   };
 
-  Kind kind = Kind::Entity;
+  Kind kind = Kind::kEntity;
   ZrPolicyCache::EntityType entityType = ZrPolicyCache::USER;
   std::string key;
 };
@@ -33,25 +33,25 @@ struct QuestionWord {
   ZrPolicyCache::EntityType entityType;
 };
 inline constexpr QuestionWord kQuestionWords[] = {
-    {"user", "NAME", QuestionPart::Kind::Entity, ZrPolicyCache::USER},
-    {"group", "NAME", QuestionPart::Kind::Entity, ZrPolicyCache::GROUP},
-    {"host", "NAME", QuestionPart::Kind::Entity, ZrPolicyCache::HOSTNAME},
-    {"ip", "ADDRESS", QuestionPart::Kind::Address, ZrPolicyCache::IP},
-    {"other", "KEY", QuestionPart::Kind::Entity, ZrPolicyCache::OTHER},
+    {"user", "NAME", QuestionPart::Kind::kEntity, ZrPolicyCache::USER},
+    {"group", "NAME", QuestionPart::Kind::kEntity, ZrPolicyCache::GROUP},
+    {"host", "NAME", QuestionPart::Kind::kEntity, ZrPolicyCache::HOSTNAME},
+    {"ip", "ADDRESS", QuestionPart::Kind::kAddress, ZrPolicyCache::IP},
+    {"other", "KEY", QuestionPart::Kind::kEntity, ZrPolicyCache::OTHER},
 };
 
 // Makes the part for a word of kQuestionWords and its key.
 //
-// Throws HostError (Usage) for a key that the library would not search with, or would read only a part of: an empty
+// Throws HostError kUsage for a key that the library would not search with, or would read only a part of: an empty
 // one, one with a zero byte, an address that `inet_addr` does not know (255.255.255.255 included) or that something
 // follows.
 QuestionPart makeQuestionPart(const QuestionWord& word, std::string_view key);
 
-// Reads a question from one line of text without its end: parts separated by single tabs, each a word of kQuestionWords,
-// one blank and the key ("user john@example.org"; everything behind that blank belongs to the key), or the word
-// "default" or "all" alone.
+// Reads a question from one line of text without its end: parts separated by single tabs, each a word of
+// kQuestionWords, one blank and the key ("user john@example.org"; everything behind that blank belongs to the key), or
+// the word "default" or "all" alone.
 //
-// Throws HostError (Usage) that says which part is none and why.
+// Throws HostError kUsage that says which part is none and why.
 Question parseQuestion(std::string_view line);
 
 }  // namespace zrhost

@@ -1,19 +1,23 @@
-#include "host/ask/question.h"
+#include "host/ask/Question.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
 #include <iterator>
 
-#include "host/format/text.h"
-#include "host/rows/host_error.h"
+#include "host/format/terminal_text.h"
+#include "host/rows/HostError.h"
 
 namespace zrhost {
 
 namespace {
 
-[[noreturn]] void refuse(const std::string& reason) { throw HostError(ErrorKind::Usage, reason); }
+[[noreturn]] void refuse(const std::string& reason) {
+  throw HostError(ErrorKind::kUsage, reason);
+}
 
-std::string quoted(std::string_view text) { return '"' + shortened(text) + '"'; }
+std::string quoted(std::string_view text) {
+  return '"' + shortened(text) + '"';
+}
 
 // inet_addr stops at a blank and ignores what follows it: such a text would be answered for another address than the
 // one that its writer had in mind.
@@ -23,14 +27,15 @@ bool isAddress(const std::string& key) {
 }
 
 QuestionPart parsePart(std::string_view text) {
-  if (text == "default") return {QuestionPart::Kind::Default, ZrPolicyCache::DEFAULT, {}};
-  if (text == "all") return {QuestionPart::Kind::All, ZrPolicyCache::DEFAULT, {}};
+  if (text == "default") return {QuestionPart::Kind::kDefault, ZrPolicyCache::DEFAULT, {}};
+  if (text == "all") return {QuestionPart::Kind::kAll, ZrPolicyCache::DEFAULT, {}};
   const std::string_view word = text.substr(0, text.find(' '));
   const auto* known = std::find_if(std::begin(kQuestionWords), std::end(kQuestionWords),
                                    [word](const QuestionWord& entry) { return entry.word == word; });
   if (text.empty()) refuse("a part of the question is empty; separate parts by single tabs");
   if (known == std::end(kQuestionWords)) {
-    refuse(quoted(text) + " is no question; ask with user, group, host, ip or other and a key, with default or with all");
+    refuse(quoted(text) +
+           " is no question; ask with user, group, host, ip or other and a key, with default or with all");
   }
   return makeQuestionPart(*known, text.substr(std::min(text.size(), word.size() + 1)));
 }
@@ -42,7 +47,7 @@ QuestionPart makeQuestionPart(const QuestionWord& word, std::string_view key) {
   if (key.empty()) refuse(name + " needs a key that is not empty");
   if (key.find('\0') != std::string_view::npos) refuse(name + " " + quoted(key) + ": a key cannot hold a zero byte");
   QuestionPart part{word.kind, word.entityType, std::string(key)};
-  if (part.kind == QuestionPart::Kind::Address && !isAddress(part.key)) {
+  if (part.kind == QuestionPart::Kind::kAddress && !isAddress(part.key)) {
     refuse(name + " " + quoted(key) + " is no IPv4 address that can be looked up; write it as in 10.0.0.7");
   }
   return part;

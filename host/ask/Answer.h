@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "host/ask/question.h"
+#include "host/ask/Question.h"
 #include "policy/ZrPolicyCache.h"
 
 namespace zrhost {
@@ -29,15 +29,18 @@ struct AnswerResult {
   AnswerRule rule;
 };
 
-// What applies, best first: ascending priority, results of equal priority in the order in which they were found. A copy:
-// it outlives the cache.
+// What applies, best first: ascending priority, results of equal priority in the order in which they were found. A
+// copy: it outlives the cache.
 using Answer = std::vector<AnswerResult>;
 
+// The name of an entity type ("USER", "IP_RANGE"), as g_rule_entity has it; "?" for a number that is no entity type.
+const char* entityTypeName(ZrPolicyCache::EntityType type);
+
 // Asks a loaded cache. The first link found for a policy is the one that is answered, so the order of the parts counts.
-// The rules of the cache are SqlRule objects; of a rule of another kind the action stays empty.
+// Rules that are no SqlRule have an empty action.
 //
 // Threads: any number at once on one cache, while nothing changes it.
-// Throws HostError (Usage) for an address that the cache refuses, the library's own texts (as const char*) for anything
+// Throws HostError kUsage for an address that the cache refuses, the library's own texts (as const char*) for anything
 // else that it reports, and std::bad_alloc.
 Answer ask(ZrPolicyCache& cache, const Question& question);
 
