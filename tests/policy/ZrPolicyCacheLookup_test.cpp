@@ -151,6 +151,20 @@ TEST_F(Lookup, RangesHoldTheirBoundsAndAllThatMatchAreAdded) {
   EXPECT_EQ(log.texts(4).size(), 2U);
 }
 
+TEST_F(Lookup, ContainerChangedByHandIsNotTrustedWhenItsNumbersAgreeAgain) {
+  add(ZrPolicyCache::USER, "ann", 1);
+  add(ZrPolicyCache::USER, "bob", 2);
+  delete cache.m_mapUser.begin()->second;
+  cache.m_mapUser.erase(cache.m_mapUser.begin());
+  add(ZrPolicyCache::USER, "cid", 3);
+  for (int reindexed = 0; reindexed < 2; ++reindexed) {
+    EXPECT_THAT(found(ZrPolicyCache::USER, "ann"), IsEmpty());
+    EXPECT_THAT(found(ZrPolicyCache::USER, "bob"), ElementsAre(2));
+    EXPECT_THAT(found(ZrPolicyCache::USER, "cid"), ElementsAre(3));
+    cache.reindex();
+  }
+}
+
 TEST_F(Lookup, AllIsUsersThenGroupsThenOthersByKey) {
   add(ZrPolicyCache::OTHER, "a", 1);
   add(ZrPolicyCache::GROUP, "b", 2);
