@@ -1,0 +1,92 @@
+#include "host/settings/ConfigEdit.h"
+
+#include <functional>
+#include <map>
+#include <utility>
+
+#include "config/ConfigFile.h"
+#include "host/settings/SettingDefinition.h"
+#include "host/settings/config_lines.h"
+#include "host/settings/config_text_edit.h"
+#include "host/settings/file_replace.h"
+
+namespace zrhost {
+
+namespace {
+
+using Sections = std::map<std::string, std::map<std::string, std::string>>;
+
+// What is to become of a file: of its text, and of what it means.
+struct Edit {
+  std::function<std::string(const std::string&)> text;
+  std::function<void(Sections&)> meaning;
+  bool makesFile;
+};
+
+Sections meaningOf(const std::string& path) {
+  ConfigFile config(path.c_str());
+  if (config.ok()) return std::move(config.m_pImpl->m_sections);
+  throw HostError(ErrorKind::kInputOutput, "cannot read " + shownText(path));
+}
+
+void requireMeaning(const std::string& path, const Sections& expected, const std::string& shownPath) {
+  if (meaningOf(path) == expected) return;
+  throw HostError(ErrorKind::kUsage, shownText(shownPath) +
+                                         ": this edit would change other settings too (zrpolicy "
+                                         "config check shows odd lines); nothing was changed");
+}
+
+std::string editedText(const Edit& edit, const std::string& path, const std::string& old) {
+  try {
+    return edit.text(old);
+  } catch (const HostError& error) {
+    throw HostError(error.kind(), shownText(path) + ": " + error.what());
+  }
+}
+
+ConfigEditResult apply(const std::string& path, const Edit& edit) {
+  const std::string target = linkTarget(path);
+  const FolderLock lock(target);
+  const auto old = plainFile(target);
+  if (!old && !edit.makesFile) {
+    throw HostError(ErrorKind::kInputOutput, "cannot edit " + shownText(path) + ": there is no such file");
+  }
+  const std::string oldText = old ? readConfigText(target) : "";
+  const std::string newText = editedText(edit, path, oldText);
+  if (old && newText == oldText) return {false, false, target};
+  Sections expected = old ? meaningOf(target) : Sections();
+  edit.meaning(expected);
+
+  Replacement file(target);
+  file.write(newText);
+  file.takeOver(old);
+  requireMeaning(file.path(), expected, path);
+  file.commit();
+  lock.flush();
+  return {true, !old, target};
+}
+
+}  // namespace
+
+ConfigEditResult setInConfigFile(const std::string& path, const std::string& section, const std::string& name,
+                                 const std::string& value) {
+  if (const auto fault = settingTextFault(section, name, value)) {
+    throw HostError(ErrorKind::kUsage, "cannot set [" + shownText(section) + "] " + shownText(name) + ": " + *fault);
+  }
+  return apply(path, {[&](const std::string& text) { return withSetting(text, section, name, value); },
+                      [&](Sections& sections) { sections[section][name] = value; }, true});
+}
+
+ConfigEditResult unsetInConfigFile(const std::string& path, const std::string& section, const std::string& name) {
+  return apply(path, {[&](const std::string& text) { return withoutSetting(text, section, name); },
+                      [&](Sections& sections) {
+                        // A section without settings is none once the file is read.
+                        const auto settings = sections.find(section);
+                        if (settings == sections.end()) return;
+                        settings->second.erase(name);
+                        if (settings->second.empty()) sections.erase(settings);
+                      },
+                      false});
+}
+
+}  // namespace zrhost

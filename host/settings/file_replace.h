@@ -1,0 +1,56 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <sys/stat.h>
+
+namespace zrhost {
+
+// The parts of replacing a file safely. All throw HostError kInputOutput, with the file's name and the system's reason.
+
+// The file that a path means in the end: symbolic links are followed also where their target is missing.
+std::string linkTarget(const std::string& path);
+
+// What is known of a plain file; nothing when it is missing. Throws for anything else: a folder, a device.
+std::optional<struct stat> plainFile(const std::string& path);
+
+// Keeps other edits out of the folder of `path` while it lives; waits up to 10 s. Nothing is left in the folder.
+class FolderLock {
+ public:
+  explicit FolderLock(const std::string& path);
+  ~FolderLock();
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+
+  // Makes a rename in the folder last.
+  void flush() const;
+
+ private:
+  std::string m_folder;
+  int m_fd;
+};
+
+// A new file beside `path` that takes its place, or is gone when the object is.
+class Replacement {
+ public:
+  explicit Replacement(const std::string& path);
+  ~Replacement();
+  Replacement(const Replacement&) = delete;
+  Replacement& operator=(const Replacement&) = delete;
+
+  void write(const std::string& text);
+  // The mode and owner of the file to be replaced; without one those of any new file.
+  void takeOver(const std::optional<struct stat>& old);
+  const std::string& path() const { return m_temporary; }
+  // To the disk, then into the place of the real file.
+  void commit();
+
+ private:
+  [[noreturn]] void fail(const std::string& what) const;
+
+  std::string m_path;
+  std::string m_temporary;  // empty once it is renamed
+  int m_fd;
+};
+
+}  // namespace zrhost
