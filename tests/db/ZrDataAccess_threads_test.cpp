@@ -2,7 +2,6 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <thread>
-#include <vector>
 
 #include "common/odbc_entries.h"
 #include "db/ZrDataAccess.h"
@@ -39,9 +38,9 @@ TEST(Pool, BorrowersReturnersAndReinitMayRunAtOnce) {
   ZrDataAccess pool;
   pool.init("", 3, "policies", "", "");
   std::atomic<int> unexpected{0}, lent{0};
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i)
-    threads.emplace_back([&] { lent += borrow(pool, 50, unexpected); });
+  std::thread threads[4];
+  for (std::thread& thread : threads)
+    thread = std::thread([&] { lent += borrow(pool, 50, unexpected); });
   for (int i = 0; i < 10; ++i) {
     if (!pool.reinit()) ++unexpected;
     std::this_thread::yield();

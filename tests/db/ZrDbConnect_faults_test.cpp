@@ -117,15 +117,6 @@ TEST_F(ScriptedConnection, EachFailedAttemptIsFollowedByASleepTheLastToo) {
   EXPECT_EQ(odbc().count("SetConnectOption 103 4"), 2);
 }
 
-TEST_F(ScriptedConnection, ConnectRefusesWithoutTouchingAnything) {
-  connect->m_state = 0;
-  EXPECT_EQ(open(), "ZrDbConnect is not ready to create connection");
-  connect->m_state = 4;
-  EXPECT_EQ(thrown([&] { connect->connect(nullptr, "", "", ""); }), "DB connection string is NULL");
-  EXPECT_EQ(connect->m_state, 4);
-  EXPECT_TRUE(odbc().calls.empty());
-}
-
 TEST_F(ScriptedConnection, ExceptionWhileDisconnectingIsLoggedAndDropped) {
   ASSERT_EQ(open(), "");
   odbc().throwsIn = "Disconnect";
@@ -244,14 +235,6 @@ TEST_F(ScriptedConnection, WideStatementArrivesAsUtf16OrNotAtAll) {
               ElementsAre("ZrDbConnect::executeSQL() failed to allocate memory for UTF-8 to UTF-16 conversion.  Check "
                           "system processes for excessive memory consumption.",
                           "ZrDbConnect::executeSQL(), failed to convert UTF-8 to UTF-16"));
-}
-
-TEST_F(ScriptedConnection, StatementThatTouchesNoRowSucceeds) {
-  ASSERT_EQ(open(), "");
-  odbc().faults = {{"ExecDirect", {1, SQL_NO_DATA}}};
-  EXPECT_EQ(run("update"), "");
-  EXPECT_EQ(connect->m_state, 4);
-  EXPECT_EQ(connect->fetchNextRow(), 1);
 }
 
 TEST_F(ScriptedConnection, ResultSetsFollowOneAnotherOverThoseWithoutColumns) {

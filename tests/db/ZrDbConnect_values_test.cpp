@@ -112,12 +112,6 @@ TEST_F(ScriptedRow, TextIsJoinedAsTheDriverGivesIt) {
   EXPECT_GT(odbc().count("GetData 2 1 65536"), 0);
 }
 
-TEST_F(ScriptedRow, BinaryDataIsNotRead) {
-  for (const SQLSMALLINT type : {SQL_BINARY, SQL_VARBINARY, SQL_LONGVARBINARY})
-    EXPECT_EQ(read(type, {}), "BINARY DATA");
-  EXPECT_EQ(odbc().count("GetData 2"), 0);
-}
-
 TEST_F(ScriptedRow, FailedFetchIsNoEndOfRows) {
   odbc().faults = {{"Fetch", {1, SQL_ERROR}}};
   EXPECT_EQ(read(SQL_VARCHAR, {}), "Failed to fetch next row.");

@@ -74,21 +74,6 @@ TEST_F(Postgres, UpdateThatTouchesNoRowFailsOnlyWithParameters) {
   EXPECT_EQ(connect->getState(), 6);
 }
 
-TEST_F(Postgres, StreamWithoutDataIsRefusedAndThePoolReplacesTheConnection) {
-  ASSERT_EQ(run("CREATE TABLE t (n text)"), "");
-  const auto insert = [&] {
-    connect->executeSQL("INSERT INTO t VALUES (?)", ZrDbConnect::SQLTYPE_ANSI,
-                        static_cast<const std::ifstream*>(nullptr));
-  };
-  EXPECT_EQ(thrown(insert), "ZrDbConnect::executeSQL(), failed on SQLParamData");
-  pool.returnConnect(pool.getConnect());
-  pool.returnConnect(connect);
-  pool.returnConnect(pool.getConnect());
-  connect = pool.getConnect();
-  EXPECT_EQ(connect->getConnID(), 1);
-  EXPECT_EQ(run("SELECT * FROM t"), "");
-}
-
 TEST_F(Postgres, WideStatementKeepsItsLetters) {
   ASSERT_EQ(run("CREATE TABLE t (n text)"), "");
   ASSERT_EQ(run("INSERT INTO t VALUES ('\xCE\xB1\xE4\xB8\xAD\xF0\x9F\x98\x80')", ZrDbConnect::SQLTYPE_UNICODE), "");

@@ -55,6 +55,10 @@ std::string words(std::initializer_list<long long> numbers) {
   return text;
 }
 
+void copy(void* to, const std::string& text) {
+  std::memcpy(to, text.c_str(), text.size() + 1);
+}
+
 const char* text(const SQLCHAR* bytes) {
   return reinterpret_cast<const char*>(bytes);
 }
@@ -135,14 +139,14 @@ SQLRETURN SQLDisconnect(SQLHDBC) {
   return g_odbc.enter("Disconnect");
 }
 SQLRETURN SQLGetInfo(SQLHDBC, SQLUSMALLINT kind, SQLPOINTER value, SQLSMALLINT size, SQLSMALLINT*) {
-  std::strcpy(static_cast<char*>(value), g_odbc.dbms.c_str());
+  copy(value, g_odbc.dbms);
   return g_odbc.enter("GetInfo", words({kind, size}));
 }
 SQLRETURN SQLGetDiagRec(SQLSMALLINT, SQLHANDLE, SQLSMALLINT record, SQLCHAR* state, SQLINTEGER* native,
                         SQLCHAR* message, SQLSMALLINT size, SQLSMALLINT*) {
   if (record > static_cast<int>(g_odbc.diagnostics.size()) || size != 512) return SQL_NO_DATA;
-  std::strcpy(reinterpret_cast<char*>(state), "HY000");
-  std::strcpy(reinterpret_cast<char*>(message), g_odbc.diagnostics[static_cast<std::size_t>(record) - 1].c_str());
+  copy(state, "HY000");
+  copy(message, g_odbc.diagnostics[static_cast<std::size_t>(record) - 1]);
   *native = 7;
   return SQL_SUCCESS;
 }
@@ -196,7 +200,7 @@ SQLRETURN SQLMoreResults(SQLHSTMT) {
 SQLRETURN SQLDescribeCol(SQLHSTMT, SQLUSMALLINT number, SQLCHAR* name, SQLSMALLINT size, SQLSMALLINT*,
                          SQLSMALLINT* type, SQLULEN*, SQLSMALLINT*, SQLSMALLINT*) {
   const zrtest::Column& column = g_odbc.current().columns.at(number - 1U);
-  std::strcpy(reinterpret_cast<char*>(name), column.name.c_str());
+  copy(name, column.name);
   *type = column.type;
   return g_odbc.enter("DescribeCol", words({number, size}));
 }
