@@ -21,7 +21,7 @@ void OdbcEntries::add(const std::string& dsn, const std::string& settings) {
 }
 
 std::string OdbcEntries::addSqlite(const std::string& dsn, const std::string& path, const std::string& more) {
-  const std::string database = path.empty() ? m_folder.file(dsn + ".db") : path;
+  std::string database = path.empty() ? m_folder.file(dsn + ".db") : path;
   add(dsn, "Driver=" ZR_ODBC_DRIVER_FOLDER "/libsqlite3odbc.so\nDatabase=" + database + "\nTimeout=2000\n" + more);
   return database;
 }
