@@ -1,0 +1,256 @@
+#include <algorithm>
+#include <csignal>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <random>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include "common/temp_folder.h"
+#include "config/ConfigFile.h"
+#include "config/config_model.h"
+#include "host/settings/ConfigEdit.h"
+
+namespace {
+
+using testing::HasSubstr;
+using zrhost::setInConfigFile;
+using zrhost::unsetInConfigFile;
+using zrtest::ConfigSections;
+
+class SettingsEdit : public testing::Test {
+ protected:
+  std::string set(const std::string& text, const char* section, const char* name, const std::string& value) {
+    const std::string path = m_folder.write("edit.conf", text);
+    setInConfigFile(path, section, name, value);
+    return zrtest::readFile(path);
+  }
+
+  std::string unset(const std::string& text, const char* section, const char* name) {
+    const std::string path = m_folder.write("edit.conf", text);
+    unsetInConfigFile(path, section, name);
+    return zrtest::readFile(path);
+  }
+
+  template <typename Call>
+  static std::string failure(Call call) {
+    try {
+      call();
+      return "";
+    } catch (const zrhost::HostError& error) {
+      return std::to_string(static_cast<int>(error.kind())) + ": " + error.what();
+    }
+  }
+
+  static ConfigSections meaning(const std::string& path) { return ConfigFile(path.c_str()).m_pImpl->m_sections; }
+
+  std::ptrdiff_t files() const { return std::distance(std::filesystem::directory_iterator(m_folder.path()), {}); }
+
+  zrtest::TempFolder m_folder;
+};
+
+TEST_F(SettingsEdit, OneSettingChangesInItsPlace) {
+  const struct {
+    const char *before, *value, *after;  // of [m] k
+  } kCases[] = {
+      {"# c\n[m]\n\tk\t=  1\nl = 2\n", "new # x", "# c\n[m]\n\tk\t=  new # x\nl = 2\n"},
+      {"[m]\r\nk=1\r\nl=2\r\n", "a\nb", "[m]\r\nk=a\\\r\nb\r\nl=2\r\n"},
+      {"[m]\nk=1\\\n2\\\n\n\nl=2", "3", "[m]\nk=3\n\n\nl=2"},
+      {"[m]\nk=1\\\n2\nl=2", "", "[m]\nk=\nl=2"},
+      {"[m]\nk=1", "2", "[m]\nk=2"},
+      {"[m]\nk=1\n[m]\nk=2\nk=3\n", "4", "[m]\nk=1\n[m]\nk=2\nk=4\n"},
+      {"[m]\nk=1\\\n\nl=2\n", "2\n", "[m]\nk=2\\\n\nl=2\n"},
+      {"[m]\nl=1\\\n 2\n\n# tail\n[n]\nk=1\n", "2", "[m]\nl=1\\\n 2\nk = 2\n\n# tail\n[n]\nk=1\n"},
+      {"[m]\n# about k\n# k = 7\n\nl=1\n", "2", "[m]\n# about k\n# k = 7\nk = 2\n\nl=1\n"},
+      {"[m]\r\n", "2", "[m]\r\nk = 2\r\n"},
+      {"[m]", "2", "[m]\nk = 2\n"},
+      {"[m]\nl=1\\", "2", "[m]\nl=1\\\n\nk = 2\n"},
+      {"[n]\r\na=1", "2", "[n]\r\na=1\r\n\r\n[m]\r\nk = 2\r\n"},
+      {"", "2", "[m]\nk = 2\n"},
+  };
+  for (const auto& each : kCases)
+    EXPECT_EQ(set(each.before, "m", "k", each.value), each.after) << each.before;
+}
+
+TEST_F(SettingsEdit, RemovingTakesEveryLineOfTheSettingAndNothingElse) {
+  EXPECT_EQ(unset("[m]\nk=1\n# c\nk=2\\\n3\nl=1\n[n]\nk=4\n", "m", "k"), "[m]\n# c\nl=1\n[n]\nk=4\n");
+  EXPECT_EQ(unset("[m]\nk=1\\\n\n[n]", "m", "k"), "[m]\n\n[n]");
+  EXPECT_EQ(unset("[m]\nk=1", "m", "none"), "[m]\nk=1");
+  EXPECT_THAT(failure([this] { unsetInConfigFile(m_folder.file("none"), "m", "k"); }), HasSubstr("no such file"));
+}
+
+// The lines that differ, less those that both texts begin and end with.
+std::string between(const std::string& text, const std::string& other) {
+  const auto begin = std::mismatch(text.begin(), text.end(), other.begin(), other.end());
+  const auto end = std::mismatch(text.rbegin(), std::make_reverse_iterator(begin.first), other.rbegin(),
+                                 std::make_reverse_iterator(begin.second));
+  return {begin.first, end.first.base()};
+}
+
+TEST_F(SettingsEdit, GeneratedFilesChangeInOnePlaceAndReadBack) {
+  std::mt19937 random(7);
+  int edited = 0, refused = 0;
+  for (unsigned seed = 0; seed < 600; ++seed) {
+    const std::string before = zrtest::generateConfig(seed, 25);
+    const std::string path = m_folder.write("generated.conf", before);
+    const char* const kSections[] = {"main", "x", "absent"};
+    const char* const kNames[] = {"a", "b", "Key", "name"};
+    const char* const kValues[] = {"", "new", "one\ntwo", "end\n", "a\\\n\n b # = [c]"};
+    const std::string section = kSections[random() % 3], name = kNames[random() % 4], value = kValues[random() % 5];
+    const bool removes = random() % 3 == 0;
+    ConfigSections expected;
+    zrtest::readConfigPlainly(path, expected);
+    const bool wasHeld = expected.contains(section) && expected[section].contains(name);
+    try {
+      removes ? unsetInConfigFile(path, section, name) : setInConfigFile(path, section, name, value);
+    } catch (const zrhost::HostError&) {
+      ++refused;  // something in an overlong line
+      ASSERT_EQ(zrtest::readFile(path), before);
+      continue;
+    }
+    ++edited;
+    if (removes) {
+      expected[section].erase(name);
+      if (expected[section].empty()) expected.erase(section);
+    } else {
+      expected[section][name] = value;
+    }
+    ConfigSections after;
+    zrtest::readConfigPlainly(path, after);
+    ASSERT_EQ(after, expected) << "seed " << seed;
+    if (removes) continue;
+    const std::string added = between(zrtest::readFile(path), before);
+    ASSERT_LE(added.size(), value.size() + 40) << "seed " << seed;
+    if (!wasHeld) {
+      ASSERT_EQ(between(before, zrtest::readFile(path)), "") << "seed " << seed;
+    }
+  }
+  EXPECT_GT(edited, 400);
+  EXPECT_EQ(files(), 1) << refused;
+}
+
+TEST_F(SettingsEdit, WhatTheFormatCannotCarryIsRefusedWithTheReason) {
+  const std::string fits(1023 - 5, 'x');  // with "k = " and the line feed
+  const struct {
+    std::string section, name, value, reason;
+  } kCases[] = {
+      {"m", "k", "ends\\", "cannot end in a backslash"},
+      {"m", "k", "x\nends\\", "cannot end in a backslash"},
+      {"m", "k", " x", "cannot begin with a blank"},
+      {"m", "k", "x\r", "cannot end in a carriage return"},
+      {"m", "k", std::string("x\0y", 3), "cannot hold a zero byte"},
+      {"m", "my key", "x", "a setting's name may hold"},
+      {"m", "", "x", "a setting's name may hold"},
+      {"m]", "k", "x", "a section's name may hold"},
+      {"m", "k", fits + "x", "longer than 1023 bytes"},
+      {"m", "k", "x\n" + fits + "xxxxx", "longer than 1023 bytes"},
+      {fits + "12345", "k", "x", "longer than 1023 bytes"},
+  };
+  for (const auto& each : kCases) {
+    const std::string path = m_folder.write("edit.conf", "[m]\nl = 1\n");
+    EXPECT_THAT(failure([&] { setInConfigFile(path, each.section, each.name, each.value); }),
+                testing::AllOf(HasSubstr("64: "), HasSubstr(each.reason)));
+    EXPECT_EQ(zrtest::readFile(path), "[m]\nl = 1\n");
+  }
+  EXPECT_EQ(set("[m]\nl=1\n", "m", "k", fits), "[m]\nl=1\nk = " + fits + "\n");
+  EXPECT_THAT(failure([&] { set("[m]\nk=" + fits + fits, "m", "k", "x"); }), HasSubstr("line 2 is longer than 1023"));
+  EXPECT_EQ(files(), 1);
+}
+
+TEST_F(SettingsEdit, LinkModeAndOwnerStay) {
+  std::filesystem::create_directory(m_folder.path() / "real");
+  const std::string target = m_folder.write("real/zr.conf", "[m]\nk=1\n"), link = m_folder.file("zr.conf");
+  std::filesystem::create_symlink("real/zr.conf", link);
+  ASSERT_EQ(chmod(target.c_str(), 0640), 0);
+  const bool isRoot = geteuid() == 0;
+  if (isRoot) {
+    ASSERT_EQ(chown(target.c_str(), 1234, 4321), 0);
+  }
+  const auto result = setInConfigFile(link, "m", "k", "2");
+  EXPECT_TRUE(result.changed && !result.created);
+  EXPECT_FALSE(setInConfigFile(link, "m", "k", "2").changed);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_EQ(zrtest::readFile(target), "[m]\nk=2\n");
+  struct stat status = {};
+  ASSERT_EQ(stat(target.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0640U);
+  EXPECT_TRUE(!isRoot || (status.st_uid == 1234 && status.st_gid == 4321));
+}
+
+TEST_F(SettingsEdit, AMissingFileIsMadeAlsoBehindALink) {
+  std::filesystem::create_symlink("target.conf", m_folder.file("link.conf"));
+  const auto result = setInConfigFile(m_folder.file("link.conf"), "m", "k", "1");
+  EXPECT_TRUE(result.created);
+  EXPECT_EQ(result.path, m_folder.file("target.conf"));
+  EXPECT_EQ(zrtest::readFile(result.path), "[m]\nk = 1\n");
+  std::filesystem::create_symlink("loop", m_folder.file("loop"));
+  for (const std::string& bad :
+       {m_folder.file("none/x.conf"), m_folder.path().string(), m_folder.file("loop"), std::string("/dev/null")}) {
+    EXPECT_THAT(failure([&] { setInConfigFile(bad, "m", "k", "1"); }), HasSubstr("74: ")) << bad;
+  }
+}
+
+TEST_F(SettingsEdit, TheSampleKeepsItsComments) {
+  const std::string sample = zrtest::readFile(ZR_SOURCE_FOLDER "/packaging/zrpolicy.conf");
+  std::string expected = sample;
+  expected.insert(expected.find("\n\n", expected.find("#retries")) + 1, "retries = 3\n");
+  EXPECT_EQ(set(sample, "database", "retries", "3"), expected);
+  EXPECT_EQ(unset(expected, "database", "retries"), sample);
+}
+
+TEST_F(SettingsEdit, AFullDiskLeavesTheOldFile) {
+  const std::string before = "[m]\n#" + std::string(900, 'x') + "\nk = 1\n";
+  const std::string path = m_folder.write("edit.conf", before);
+  const pid_t child = fork();
+  if (child == 0) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{500, 500};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const std::string text = failure([&] { setInConfigFile(path, "m", "k", "2"); });
+    _exit(text.starts_with("74: cannot write") ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(zrtest::readFile(path), before);
+  EXPECT_EQ(files(), 1);
+}
+
+TEST_F(SettingsEdit, AKillAtAnyMomentLeavesAWholeFile) {
+  const std::string path = m_folder.write("edit.conf", "[m]\nk = 0\n# end\n");
+  std::mt19937 random(11);
+  for (int round = 0; round < 60; ++round) {
+    const pid_t child = fork();
+    if (child == 0) {
+      for (int i = 0;; ++i)
+        setInConfigFile(path, "m", "k", std::string(static_cast<std::size_t>(i % 900), 'y'));
+    }
+    usleep(random() % 8000);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    const std::string text = zrtest::readFile(path);
+    ASSERT_TRUE(text.starts_with("[m]\nk = ") && text.ends_with("\n# end\n")) << text;
+  }
+  EXPECT_TRUE(setInConfigFile(path, "m", "k", "last").changed);  // what the dead left is in nobody's way
+  for (const auto& entry : std::filesystem::directory_iterator(m_folder.path())) {
+    EXPECT_THAT(entry.path().filename().string(), testing::AnyOf("edit.conf", testing::StartsWith(".zrpolicy-edit.")));
+  }
+}
+
+TEST_F(SettingsEdit, EditsAtTheSameTimeAreAllKept) {
+  const std::string path = m_folder.write("edit.conf", "[m]\n");
+  for (int process = 0; process < 4; ++process) {
+    if (fork() != 0) continue;
+    for (int i = 0; i < 10; ++i)
+      setInConfigFile(path, "m", "k" + std::to_string(process * 10 + i), "1");
+    _exit(0);
+  }
+  for (int process = 0; process < 4; ++process)
+    wait(nullptr);
+  EXPECT_EQ(meaning(path)["m"].size(), 40U);
+}
+
+}  // namespace
