@@ -101,7 +101,8 @@ TEST_F(ConfigFileRead, FilesMergeAndAFailedReadChangesOnlyTheFlag) {
   EXPECT_EQ(config.read_config(second.c_str()), 0);
   const ConfigSections merged{{"m", {{"a", "1"}, {"b", "2"}}}, {"n", {{"c", "3"}}}};
   EXPECT_EQ(config.m_pImpl->m_sections, merged);
-  for (const char* bad : {m_folder.file("none").c_str(), "", static_cast<const char*>(nullptr)}) {
+  const std::string none = m_folder.file("none");
+  for (const char* bad : {none.c_str(), "", static_cast<const char*>(nullptr)}) {
     EXPECT_EQ(config.read_config(bad), -1);
     EXPECT_FALSE(config.ok());
     EXPECT_EQ(config.m_pImpl->m_sections, merged);
