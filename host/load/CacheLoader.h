@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "host/rows/HostError.h"
 #include "host/rows/RowSink.h"
@@ -61,6 +62,7 @@ class CacheSink : public RowSink {
   const LoadOptions& m_options;
   LoadReport& m_report;
   std::uint64_t m_rows = 0;
+  std::pair<std::int64_t, std::int64_t> m_lastRule{INT64_MIN, 0};  // policy and position, to notice a second one
 };
 
 // Fills a fresh cache from the database, while older ones go on serving. Its m_generation is a number that no other

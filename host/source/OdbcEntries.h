@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace zrhost {
@@ -14,10 +15,10 @@ namespace zrhost {
 // The folder is removed by the destructor. A process that ends on a signal calls removeNow from its handler.
 class OdbcEntries {
  public:
-  // A data source for an SQLite file, which is not created when it is missing (unless `create`) and is given up after
-  // 5 seconds when it is locked. Any path will do: an odd or long one is reached through a symbolic link in the folder.
-  // Throws HostError kInputOutput when the folder cannot be made, kUnreachable when no SQLite driver is registered.
-  static OdbcEntries forFile(const std::string& path, bool create);
+  // A data source for an SQLite file, which is not created when it is missing and is given up after 5 seconds when it
+  // is locked. Any path will do, however long or odd: it is reached through a symbolic link in the folder. Throws
+  // HostError kInputOutput when the folder cannot be made.
+  static OdbcEntries forFile(const std::string& path);
 
   // A data source of the administrator's: its settings are copied, and streaming is asked for where the driver is one
   // of PostgreSQL or SQLite (a setting that is there already wins). Throws HostError kUnreachable when there is no data
@@ -40,8 +41,7 @@ class OdbcEntries {
 
   std::string m_folder;  // empty once moved from
   std::string m_dsn;
-  std::string m_oldIni;
-  bool m_hadOldIni = false;
+  std::optional<std::string> m_oldIni;
 };
 
 }  // namespace zrhost

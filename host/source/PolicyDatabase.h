@@ -63,8 +63,8 @@ class PolicyDatabase {
   // state. All of it is read in one read-only transaction: writers neither wait nor are ever seen half-way. Rows are
   // streamed; at most a driver's batch of them is in memory. Nothing is judged here but the revision row.
   //
-  // The transaction is ended on every way out. A connection on which that fails, or on which a statement failed, is
-  // left broken, and the pool replaces it when it is lent next.
+  // The transaction is ended on every way out. A connection on which that fails is left broken (state 6): the pool
+  // replaces it when it is lent next, and closing it ends the transaction for good.
   //
   // Throws what the sink throws, and HostError
   //   kNotPolicyDatabase  no tables, other tables, no revision row, a newer schema version than this program knows

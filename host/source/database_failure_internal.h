@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+
+#include "db/ZrDataAccess.h"
+#include "host/rows/HostError.h"
+#include "host/source/PolicyDatabase.h"
+
+namespace zrhost {
+
+// A text on one line: control characters become blanks.
+std::string oneLine(std::string text);
+
+// "'FILE'" or "data source 'NAME'".
+std::string placeOf(const DatabaseOptions& options);
+
+// Throws unless the file is there, is a file, can be read and begins as an SQLite database (or is empty).
+void checkFile(const std::string& path);
+
+// The failure of a statement on `connection`, from what the library threw and logged and from the driver's diagnostics.
+HostError statementFailure(ZrDbConnect& connection, const DatabaseOptions& options, const std::string& doing,
+                           const char* thrown);
+
+// Why `dsn` cannot be connected to: the driver manager is asked again on handles of its own, because the library keeps
+// no diagnostics of a failed attempt.
+HostError connectFailure(const DatabaseOptions& options, const std::string& dsn, const char* thrown);
+
+}  // namespace zrhost

@@ -1,0 +1,1 @@
+ALTER TABLE policy ENABLE ALWAYS TRIGGER policy_change

@@ -1,0 +1,1 @@
+ALTER TABLE policy_rule ENABLE ALWAYS TRIGGER policy_rule_change

@@ -1,0 +1,1 @@
+ALTER TABLE ep_link ENABLE ALWAYS TRIGGER ep_link_change

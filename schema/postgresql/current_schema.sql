@@ -1,0 +1,1 @@
+SELECT quote_ident(current_schema()) AS schema_name

@@ -1,0 +1,7 @@
+CREATE TABLE policy (
+  policy_id INTEGER NOT NULL CHECK (policy_id BETWEEN -2147483648 AND 2147483647),
+  policy_type INTEGER NOT NULL CHECK (policy_type BETWEEN -2147483648 AND 2147483647),
+  policy_name TEXT NOT NULL,
+  is_default INTEGER NOT NULL DEFAULT 0 CHECK (is_default IN (0, 1)),
+  PRIMARY KEY (policy_id)
+)

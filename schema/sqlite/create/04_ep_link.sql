@@ -1,0 +1,8 @@
+CREATE TABLE ep_link (
+  link_id INTEGER NOT NULL CHECK (link_id BETWEEN -2147483648 AND 2147483647),
+  entity_type INTEGER NOT NULL CHECK (entity_type BETWEEN 1 AND 6),
+  entity_name TEXT NOT NULL,
+  policy_id INTEGER NOT NULL REFERENCES policy (policy_id),
+  priority INTEGER NOT NULL CHECK (priority BETWEEN -2147483648 AND 2147483647),
+  PRIMARY KEY (link_id)
+)

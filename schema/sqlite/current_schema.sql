@@ -1,0 +1,1 @@
+SELECT 'main' AS schema_name
