@@ -40,8 +40,8 @@ const char* entityTypeName(ZrPolicyCache::EntityType type);
 // Rules that are no SqlRule have an empty action.
 //
 // Threads: any number at once on one cache, while nothing changes it.
-// Throws HostError kUsage for an address that the cache refuses, the library's own texts (as const char*) for anything
-// else that it reports, and std::bad_alloc.
+// Throws what the lookups throw (texts, taken as const char*) and std::bad_alloc. A question of makeQuestionPart or
+// parseQuestion fails for want of memory only.
 Answer ask(ZrPolicyCache& cache, const Question& question);
 
 }  // namespace zrhost

@@ -1,0 +1,143 @@
+#include "cli/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "cli/command_context.h"
+#include "cli/help_format.h"
+#include "cli/init_command.h"
+#include "cli/load_command.h"
+#include "cli/log_sink.h"
+#include "cli/lookup_command.h"
+#include "cli/standard_streams.h"
+#include "host/rows/HostError.h"
+#include "host/source/LibraryErrors.h"
+
+namespace zrcli {
+
+namespace {
+
+constexpr char kDescription[] =
+    "Ask a mail site's policy database which policies apply.\n"
+    "A policy database binds users, groups, host names, IPv4 addresses and other keys to policies, by links with "
+    "priorities. The command creates such a database, loads it and answers questions from it. The database is an "
+    "SQLite file (--database) or any ODBC data source of PostgreSQL (--dsn).\n"
+    "\n"
+    "Every option of the data source can also stand in a configuration file, see zrpolicy.conf(5). The password of a "
+    "data source comes from a file (--password-file) or from the environment, never from the command line.\n";
+
+constexpr char kFooter[] =
+    "ENVIRONMENT\n"
+    "    ZRPOLICY_CONFIG    the configuration file, when --config is not given\n"
+    "    ZRPOLICY_PASSWORD  the password for --dsn, when --password-file is not given\n"
+    "    TMPDIR             where the private folder with the ODBC entries is made\n"
+    "\n"
+    "EXAMPLES\n"
+    "    zrpolicy init --sample --database sample.db\n"
+    "    zrpolicy lookup --database sample.db --user john@example.org --default\n"
+    "    zrpolicy load --database sample.db\n";
+
+constexpr int kOk = 0;
+
+int statusOf(zrhost::ErrorKind kind) {
+  return static_cast<int>(kind);
+}
+
+void addCommands(CLI::App& program, CommandContext& context) {
+  program.name("zrpolicy");
+  program.footer(kFooter);
+  program.formatter(std::make_shared<ManualFormatter>());
+  program.set_help_flag("-h,--help", "Print this manual and leave. Each command has its own.");
+  program.require_subcommand(0, 1);
+  addInitCommand(program, context);
+  addLookupCommand(program, context);
+  addLoadCommand(program, context);
+  program.set_version_flag("--version", "zrpolicy " ZR_VERSION, "Print the version and leave.");
+}
+
+// The arguments as CLI11 takes them, last one first. It would take the argument behind "--name=" for the value.
+std::vector<std::string> reversedArguments(int argc, char** argv) {
+  std::vector<std::string> arguments;
+  for (int i = 1; i < argc; ++i) {
+    std::string argument = argv[i];
+    const bool valueIsEmpty =
+        argument.starts_with("--") && argument.size() > 3 && argument.find('=') == argument.size() - 1;
+    if (valueIsEmpty) argument.pop_back();
+    arguments.push_back(argument);
+    if (valueIsEmpty) arguments.emplace_back();
+  }
+  std::reverse(arguments.begin(), arguments.end());
+  return arguments;
+}
+
+int print(const std::string& text) {
+  StandardOutput output;
+  output.write(text);
+  output.close();
+  return kOk;
+}
+
+int usage(std::string text) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  printError(text + "; see zrpolicy --help");
+  return statusOf(zrhost::ErrorKind::kUsage);
+}
+
+int parseAndRun(int argc, char** argv) {
+  CommandContext context;
+  CLI::App program(kDescription);
+  addCommands(program, context);
+  try {
+    program.parse(reversedArguments(argc, argv));
+  } catch (const CLI::CallForHelp&) {
+    return print(program.help());
+  } catch (const CLI::CallForVersion& version) {
+    return print(std::string(version.what()) + '\n');
+  } catch (const CLI::ParseError& error) {
+    return usage(error.what());
+  }
+  if (!context.run) return usage("no command is given");
+  return context.run();
+}
+
+// What the library threw by itself, with what it logged about it.
+void printLibraryFailure(const char* text) {
+  const std::string logged = zrhost::takeLibraryErrors();
+  printError(std::string("internal error: ") + text + (logged.empty() ? "" : " (" + logged + ")") +
+             "; try again with --log-level 4 and report it");
+}
+
+int reportFailure() {
+  try {
+    throw;
+  } catch (const zrhost::HostError& error) {
+    printError(error.what());
+    return statusOf(error.kind());
+  } catch (const std::bad_alloc&) {
+    printError("out of memory; load a smaller database or give the process more");
+  } catch (const std::exception& error) {
+    printError(std::string("internal error: ") + error.what());
+  } catch (const char* text) {  // the library throws char* as well
+    printLibraryFailure(text);
+  } catch (...) {
+    printError("internal error of an unknown kind");
+  }
+  return statusOf(zrhost::ErrorKind::kInternal);
+}
+
+}  // namespace
+
+int runCommandLine(int argc, char** argv) noexcept {
+  try {
+    setLogLevel(0);
+    return parseAndRun(argc, argv);
+  } catch (...) {
+    return reportFailure();
+  }
+}
+
+}  // namespace zrcli

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "cli/command_context.h"
+
+namespace zrcli {
+
+// The options that name the configuration file and give single settings of it: data source, connection, statements,
+// log. Their values end up in `context`, which must outlive `command`; what they mean is said once, where the settings
+// are defined (host/settings).
+void addSettingOptions(CLI::App& command, CommandContext& context);
+
+// Adds --strict.
+void addStrictOption(CLI::App& command, CommandContext& context);
+
+}  // namespace zrcli

@@ -1,0 +1,93 @@
+#include "cli/load_command.h"
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <unistd.h>
+
+#include "cli/common_options.h"
+#include "cli/database_access.h"
+#include "cli/progress_bar.h"
+#include "cli/standard_streams.h"
+#include "host/ask/Answer.h"
+
+namespace zrcli {
+
+namespace {
+
+constexpr char kDescription[] =
+    "Load the policy database and report.\n"
+    "Loads the policies, rules and links as a server would, and says how many of each there are, how many rows were "
+    "left out, how long it took and how much memory the loaded process has. Each row that is left out is reported on "
+    "standard error with its table, its key and the reason. On a terminal a progress bar shows that rows are coming.\n";
+
+constexpr char kFooter[] =
+    "EXAMPLES\n"
+    "    zrpolicy load --database sample.db\n"
+    "        What a policy database holds, and which of its rows are unusable.\n"
+    "    zrpolicy load --database sample.db --strict\n"
+    "        Whether all of them are usable, by the exit status.\n";
+
+std::string line(const std::string& name, const std::string& value) {
+  constexpr std::size_t kNameWidth = 18;
+  return name + std::string(kNameWidth - name.size(), ' ') + value + '\n';
+}
+
+std::string decimal(double value) {
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%.3f", value);
+  return text.data();
+}
+
+// The pages of the process that are in memory now, in MiB.
+std::string residentMemory() {
+  constexpr double kMebibyte = 1024.0 * 1024.0;
+  unsigned long long resident = 0;
+  std::FILE* file = std::fopen("/proc/self/statm", "re");
+  const bool known = file != nullptr && std::fscanf(file, "%*u %llu", &resident) == 1;
+  if (file != nullptr) std::fclose(file);
+  const double bytes = static_cast<double>(resident) * static_cast<double>(::sysconf(_SC_PAGESIZE));
+  return known ? decimal(bytes / kMebibyte) + " MiB" : "unknown";
+}
+
+std::string reportText(const zrhost::LoadReport& report, double seconds) {
+  std::string text = line("revision", std::to_string(report.revision.revision)) +
+                     line("policies", std::to_string(report.policies)) + line("rules", std::to_string(report.rules)) +
+                     line("links", std::to_string(report.links()));
+  for (std::size_t type = ZrPolicyCache::USER; type < report.linksByType.size(); ++type) {
+    text += line(std::string("  ") + zrhost::entityTypeName(static_cast<ZrPolicyCache::EntityType>(type)),
+                 std::to_string(report.linksByType[type]));
+  }
+  return text + line("refused rows", std::to_string(report.refused)) + line("seconds", decimal(seconds)) +
+         line("resident memory", residentMemory());
+}
+
+int load(const CommandContext& context) {
+  ProgressBar bar;
+  zrhost::LoadOptions options;
+  options.onRefused = [&bar](const zrhost::RefusedRow& row) {
+    bar.clear();
+    printError("left out: " + row.text());
+  };
+  options.onProgress = [&bar](std::uint64_t rows) { bar.show(rows); };
+  const auto start = std::chrono::steady_clock::now();
+  const LoadedCache loaded = loadPolicies(context, options);
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+  bar.clear();
+  StandardOutput output;
+  output.write(reportText(loaded.report, elapsed.count()));
+  output.close();
+  return 0;
+}
+
+}  // namespace
+
+void addLoadCommand(CLI::App& program, CommandContext& context) {
+  CLI::App* command = program.add_subcommand("load", kDescription);
+  command->footer(kFooter);
+  addSettingOptions(*command, context);
+  addStrictOption(*command, context);
+  command->callback([&context] { context.run = [&context] { return load(context); }; });
+}
+
+}  // namespace zrcli

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace zrcli {
+
+// Shows on standard error that rows are coming, while standard output and standard error are terminals; otherwise does
+// nothing. How many rows there will be is not known beforehand, so the bar moves to and fro beside their number.
+class ProgressBar {
+ public:
+  ProgressBar();
+  ~ProgressBar() { clear(); }
+  ProgressBar(const ProgressBar&) = delete;
+  ProgressBar& operator=(const ProgressBar&) = delete;
+
+  // Draws at most ten times a second.
+  void show(std::uint64_t rows);
+  // Takes the bar away, so that a line can be printed in its place.
+  void clear();
+
+ private:
+  bool m_onTerminal;
+  bool m_isShown = false;
+  unsigned m_step = 0;
+  std::chrono::steady_clock::time_point m_next{};
+};
+
+}  // namespace zrcli
