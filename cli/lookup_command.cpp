@@ -130,8 +130,8 @@ void addQuestionOptions(CLI::App& command) {
         ->take_all()
         ->group(kGroup);
   }
-  command.add_flag("--default", "The default policy, behind all others.")->group(kGroup);
-  command.add_flag("--all", "The policies of all users, groups and other keys.")->group(kGroup);
+  command.add_flag("--default")->description("The default policy, behind all others.")->group(kGroup);
+  command.add_flag("--all")->description("The policies of all users, groups and other keys.")->group(kGroup);
 }
 
 void addOutputOptions(CLI::App& command, LookupOptions& options) {
