@@ -1,0 +1,183 @@
+#include <csignal>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cli/command.h"
+#include "common/temp_folder.h"
+
+namespace zrtest {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+using Words = std::vector<std::string>;
+
+// A database with the tables alone, and three policies of which one is the default.
+class LookupTest : public testing::Test {
+ protected:
+  LookupTest() {
+    EXPECT_EQ(runCommand({"init", "--database", m_file}).status, 0);
+    runSql(m_file,
+           {"INSERT INTO policy (policy_id, policy_type, policy_name, is_default) VALUES (1, 0, 'usual', 1), "
+            "(2, 3, 'J\xc3\xb6rg''s', 0), (3, 3, 'range', 0)",
+            "INSERT INTO policy_rule (policy_id, position, rule_id, rule_type, rule_name, ldap_setting, action) "
+            "VALUES (1, 1, 11, 247, 'keep', 0, 'keep'), (2, 1, 12, 247, 'drop', 1, 'drop' || char(10)), "
+            "(3, 1, 13, 247, 'hold', 0, 'hold')",
+            "INSERT INTO ep_link (link_id, entity_type, entity_name, policy_id, priority) VALUES "
+            "(1, 1, 'john@example.org', 2, 10), (2, 5, '10.0.0.0~10.0.0.255', 3, 20), "
+            "(3, 4, '10.0.0.7', 2, 30)"});
+  }
+
+  CommandResult lookup(const Words& question, const CommandSetup& setup = {}) const {
+    Words words = {"lookup", "--database", m_file};
+    words.insert(words.end(), question.begin(), question.end());
+    return runCommand(words, setup);
+  }
+
+  TempFolder m_folder;
+  std::string m_file = m_folder.file("policy.db");
+};
+
+constexpr char kJohn[] =
+    R"(\{"generation":[0-9]+,"revision":[0-9]+,"results":\[\{"priority":10,"policy_id":2,"policy_type":3,)"
+    R"("policy_name":"Jörg's","entity_type":"USER","entity_name":"john@example.org","rule":\{"id":12,"name":"drop",)"
+    R"("type":247,"ldap_setting":true,"action":"drop\\n"\}\}\]\})";
+
+TEST_F(LookupTest, TableShowsTheResultsBestFirst) {
+  const CommandResult result = lookup({"--default", "--user", "John@Example.org", "--ip", "10.0.0.7"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out,
+            "  PRIORITY  POLICY ID  TYPE  NAME    ENTITY TYPE  ENTITY               RULE  ACTION\n"
+            "        10          2     3  Jörg's  USER         john@example.org     drop  drop\\n\n"
+            "        20          3     3  range   IP_RANGE     10.0.0.0~10.0.0.255  hold  hold\n"
+            "2147483647          1     0  usual   DEFAULT      Default Policy       keep  keep\n");
+  EXPECT_THAT(result.err, IsEmpty());
+}
+
+TEST_F(LookupTest, OrderOfTheOptionsCountsAcrossTheirKinds) {
+  EXPECT_THAT(lookup({"--ip", "10.0.0.7", "--user", "john@example.org"}).out, HasSubstr("30          2"));
+  EXPECT_THAT(lookup({"--user", "john@example.org", "--ip", "10.0.0.7"}).out, HasSubstr("10          2"));
+}
+
+TEST_F(LookupTest, JsonIsOneDocumentAndTopItsFirstResult) {
+  EXPECT_THAT(lookup({"--json", "--top", "--user", "john@example.org", "--default"}).out,
+              MatchesRegex(std::string(kJohn) + "\n"));
+}
+
+TEST_F(LookupTest, NothingAppliesIsStatusOne) {
+  const CommandResult table = lookup({"--user", "nobody"});
+  EXPECT_EQ(table.status, 1);
+  EXPECT_EQ(table.out, "no policy applies\n");
+  const CommandResult json = lookup({"--user", "nobody", "--json"});
+  EXPECT_EQ(json.status, 1);
+  EXPECT_THAT(json.out, HasSubstr("\"results\":[]"));
+}
+
+TEST_F(LookupTest, BatchAnswersLineByLine) {
+  CommandSetup setup;
+  setup.input = "user john@example.org\r\n\n\r\nuser nobody\tdefault\nuser " + std::string(200000, 'x') + "\nall";
+  const CommandResult result = lookup({"--stdin", "--top"}, setup);
+  EXPECT_EQ(result.status, 0);
+  std::istringstream lines(result.out);
+  Words documents;
+  for (std::string line; std::getline(lines, line);)
+    documents.push_back(line);
+  ASSERT_EQ(documents.size(), 4U);
+  EXPECT_THAT(documents[0], MatchesRegex(kJohn));
+  EXPECT_THAT(documents[1], HasSubstr("\"policy_name\":\"usual\""));
+  EXPECT_THAT(documents[2], HasSubstr("\"results\":[]"));
+  EXPECT_THAT(documents[3], MatchesRegex(kJohn));
+}
+
+TEST_F(LookupTest, BadLinesOfABatchAreReportedInTheirPlaces) {
+  CommandSetup setup;
+  setup.input = "\nwho\nuser john@example.org\nip 1.2.3.256\n";
+  const CommandResult result = lookup({"--stdin"}, setup);
+  EXPECT_EQ(result.status, 65);
+  EXPECT_THAT(result.out,
+              MatchesRegex(R"(\{"error":".*who.*","line":2\})"
+                           "\n" +
+                           std::string(kJohn) + "\n" + R"(\{"error":".*1\.2\.3\.256.*","line":4\})" + "\n"));
+}
+
+TEST_F(LookupTest, BatchAnswersAQuestionBeforeTheNextOneIsAsked) {
+  RunningCommand command({"lookup", "--database", m_file, "--stdin"});
+  command.send("user john@example.org\n");
+  EXPECT_THAT(command.readLine(), MatchesRegex(kJohn));
+  command.send("nonsense\nuser nobody");
+  EXPECT_THAT(command.readLine(), HasSubstr("\"line\":2"));
+  EXPECT_EQ(command.wait(), 65);
+}
+
+TEST_F(LookupTest, ReaderThatLeavesEndsABatch) {
+  RunningCommand command({"lookup", "--database", m_file, "--stdin"});
+  command.closeOutput();
+  command.send("all\n");
+  EXPECT_EQ(command.wait(), 74);
+}
+
+TEST_F(LookupTest, MissingStandardInputIsAnError) {
+  CommandSetup setup;
+  setup.closed = {0};
+  EXPECT_EQ(lookup({"--stdin"}, setup).status, 74);
+  EXPECT_EQ(lookup({"--all"}, setup).status, 0);
+}
+
+TEST_F(LookupTest, PrivateFolderIsGoneAfterEveryEnd) {
+  const TempFolder temporary;
+  CommandSetup setup;
+  setup.environment["TMPDIR"] = temporary.path();
+  EXPECT_EQ(lookup({"--all"}, setup).status, 0);
+  EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));
+  RunningCommand command({"lookup", "--database", m_file, "--stdin"}, setup);
+  command.send("all\n");
+  EXPECT_THAT(command.readLine(), HasSubstr("results"));
+  command.signal(SIGTERM);
+  EXPECT_EQ(command.wait(), -SIGTERM);
+  EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));
+}
+
+TEST_F(LookupTest, LogLevelShowsTheStepsAndNoPassword) {
+  CommandSetup setup;
+  setup.environment["ZRPOLICY_PASSWORD"] = "hush-hush";
+  EXPECT_THAT(lookup({"--all", "--log-level", "4"}, setup).err, HasSubstr("T ZrPolicyCache::lookupAllPolicy() ..."));
+  setup.environment["ODBCINI"] = m_folder.write("odbc.ini", "[plain]\nDriver=SQLite3\nDatabase=" + m_file + "\n");
+  const CommandResult result = runCommand({"lookup", "--dsn", "plain", "--all", "--log-level", "4"}, setup);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err, HasSubstr("m_pass=***"));
+  EXPECT_THAT(result.err, Not(HasSubstr("hush")));
+}
+
+TEST_F(LookupTest, LoadCountsWhatThereIs) {
+  const CommandResult result = runCommand({"load", "--database", m_file});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out, MatchesRegex("revision +[0-9]+\npolicies +3\nrules +3\nlinks +3\n  USER +1\n  GROUP +0\n"
+                                       "  HOSTNAME +0\n  IP +1\n  IP_RANGE +1\n  OTHER +0\nrefused rows +0\n"
+                                       "seconds +[0-9.]+\nresident memory +[0-9.]+ MiB\n"));
+  EXPECT_THAT(result.err, IsEmpty()) << "no progress bar where no terminal is";
+}
+
+TEST_F(LookupTest, InitRefusesTablesThatAreThereUnlessForced) {
+  const CommandResult refused = runCommand({"init", "--database", m_file});
+  EXPECT_EQ(refused.status, 73);
+  EXPECT_THAT(refused.err, HasSubstr("--force"));
+  EXPECT_EQ(lookup({"--user", "john@example.org"}).status, 0);
+  const CommandResult forced = runCommand({"init", "--force", "--sample", "--database", m_file});
+  EXPECT_EQ(forced.status, 0);
+  EXPECT_THAT(forced.out, StartsWith("dropped tables with 10 rows\n"));
+  EXPECT_EQ(lookup({"--ip", "10.0.0.7", "--default"}).status, 0);
+}
+
+TEST_F(LookupTest, ConfigurationFileNamesTheDatabaseAndAnOptionWins) {
+  const std::string config = m_folder.write("zrpolicy.conf", "[database]\nfile = " + m_file + "\nretrys = 3\n");
+  const CommandResult result = runCommand({"lookup", "--config", config, "--user", "john@example.org"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err, HasSubstr("retrys"));
+  EXPECT_EQ(runCommand({"lookup", "--config", config, "--database", m_folder.file("other"), "--all"}).status, 69);
+}
+
+}  // namespace
+}  // namespace zrtest

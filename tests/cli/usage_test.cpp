@@ -1,0 +1,107 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include "cli/command.h"
+#include "common/temp_folder.h"
+
+namespace zrtest {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+using Words = std::vector<std::string>;
+
+long linesOf(const std::string& text) {
+  return std::count(text.begin(), text.end(), '\n');
+}
+
+TEST(Usage, HelpAndVersionSucceedOnEveryLevel) {
+  for (const Words& words : {Words{"--help"}, {"init", "--help"}, {"lookup", "-h"}, {"load", "--help"}}) {
+    const CommandResult result = runCommand(words);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.out, StartsWith("NAME\n    zrpolicy"));
+    EXPECT_THAT(result.out, HasSubstr("\nEXIT STATUS\n"));
+    EXPECT_THAT(result.err, IsEmpty());
+  }
+  EXPECT_EQ(runCommand({"--version"}).out, "zrpolicy 1.0.0\n");
+}
+
+TEST(Usage, ManualPageHasEveryOptionOfTheHelp) {
+  const std::string page = readFile(ZR_SOURCE_FOLDER "/docs/man/zrpolicy.1");
+  const std::regex option("\n    (?:-h, )?--([a-z-]+)");
+  std::set<std::string> names;
+  for (const Words& words : {Words{"--help"}, {"init", "--help"}, {"lookup", "--help"}, {"load", "--help"}}) {
+    const std::string help = runCommand(words).out;
+    for (std::sregex_iterator match(help.begin(), help.end(), option), end; match != end; ++match) {
+      names.insert((*match)[1]);
+    }
+  }
+  EXPECT_EQ(names.size(), 25U);
+  for (const std::string& name : names)
+    EXPECT_THAT(page, HasSubstr("Fl -" + name)) << name;
+}
+
+TEST(Usage, WrongCommandLineIsOneLineThatNamesWhatIsWrong) {
+  const std::pair<Words, const char*> cases[] = {
+      {{}, "no command is given"},
+      {{"frobnicate"}, "frobnicate"},
+      {{"lookup", "--frob", "--all"}, "--frob"},
+      {{"lookup", "init", "--all"}, "init"},
+      {{"lookup", "--database", "x"}, "nothing is asked"},
+      {{"lookup", "--all"}, "no database is named"},
+      {{"lookup", "--database", "x", "--user"}, "--user"},
+      {{"lookup", "--database", "x", "--user", ""}, "user needs a key"},
+      {{"lookup", "--database", "x", "--user=", "--all"}, "user needs a key"},
+      {{"lookup", "--database", "x", "--ip", "255.255.255.255"}, "255.255.255.255"},
+      {{"lookup", "--database", "x", "--ip", "\x1b[2J"}, "\\x1b[2J"},
+      {{"lookup", "--database", "x", "--stdin", "--all"}, "--stdin"},
+      {{"lookup", "--database=", "--all"}, "--database"},
+      {{"lookup", "--database", "x", "--dsn", "y", "--all"}, "--dsn"},
+      {{"load", "--database", "x", "--pool-size", "0"}, "--pool-size"},
+      {{"load", "--database", "x", "--retries", "99999999999999999999"}, "--retries"},
+      {{"load", "--database", "x", "--log-level", "5"}, "--log-level"},
+      {{"load", "--database", "x", "--database", "y"}, "--database"},
+  };
+  for (const auto& [words, named] : cases) {
+    const CommandResult result = runCommand(words);
+    EXPECT_EQ(result.status, 64) << named;
+    EXPECT_EQ(linesOf(result.err), 1) << result.err;
+    EXPECT_THAT(result.err, testing::AllOf(StartsWith("zrpolicy: "), HasSubstr(named)));
+    EXPECT_THAT(result.out, IsEmpty());
+  }
+}
+
+TEST(Usage, OutputThatCannotBeWrittenIsAnErrorOfItsOwn) {
+  CommandSetup full;
+  full.outputPath = "/dev/full";
+  CommandSetup closed;
+  closed.closed = {1};
+  CommandSetup allClosed;
+  allClosed.closed = {0, 1, 2};
+  for (const CommandSetup& setup : {full, closed, allClosed})
+    EXPECT_EQ(runCommand({"--help"}, setup).status, 74);
+  EXPECT_THAT(runCommand({"--help"}, full).err, HasSubstr("No space left on device"));
+  EXPECT_EQ(linesOf(runCommand({"--help"}, closed).err), 1);
+}
+
+TEST(Usage, PasswordFileThatOthersMayReadIsRefused) {
+  const TempFolder folder;
+  const std::string file = folder.write("password", "secret\n");
+  const auto refusal = [&file] { return runCommand({"load", "--dsn", "no such source", "--password-file", file}); };
+  for (const auto open : {std::filesystem::perms::others_read, std::filesystem::perms::group_read}) {
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read | open);
+    EXPECT_EQ(refusal().status, 64);
+    EXPECT_THAT(refusal().err, HasSubstr("chmod it to 600"));
+  }
+  std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+  EXPECT_EQ(refusal().status, 69) << "the file is fine, the data source is unknown";
+  std::filesystem::remove(file);
+  EXPECT_EQ(refusal().status, 64);
+}
+
+}  // namespace
+}  // namespace zrtest
