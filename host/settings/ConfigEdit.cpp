@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "config/ConfigFile.h"
-#include "host/settings/SettingDefinition.h"
+#include "host/format/terminal_text.h"
 #include "host/settings/config_lines.h"
 #include "host/settings/config_text_edit.h"
 #include "host/settings/file_replace.h"
@@ -26,12 +26,12 @@ struct Edit {
 Sections meaningOf(const std::string& path) {
   ConfigFile config(path.c_str());
   if (config.ok()) return std::move(config.m_pImpl->m_sections);
-  throw HostError(ErrorKind::kInputOutput, "cannot read " + shownText(path));
+  throw HostError(ErrorKind::kInputOutput, "cannot read " + terminalText(path));
 }
 
 void requireMeaning(const std::string& path, const Sections& expected, const std::string& shownPath) {
   if (meaningOf(path) == expected) return;
-  throw HostError(ErrorKind::kUsage, shownText(shownPath) +
+  throw HostError(ErrorKind::kUsage, terminalText(shownPath) +
                                          ": this edit would change other settings too (zrpolicy "
                                          "config check shows odd lines); nothing was changed");
 }
@@ -40,7 +40,7 @@ std::string editedText(const Edit& edit, const std::string& path, const std::str
   try {
     return edit.text(old);
   } catch (const HostError& error) {
-    throw HostError(error.kind(), shownText(path) + ": " + error.what());
+    throw HostError(error.kind(), terminalText(path) + ": " + error.what());
   }
 }
 
@@ -49,7 +49,7 @@ ConfigEditResult apply(const std::string& path, const Edit& edit) {
   const FolderLock lock(target);
   const auto old = plainFile(target);
   if (!old && !edit.makesFile) {
-    throw HostError(ErrorKind::kInputOutput, "cannot edit " + shownText(path) + ": there is no such file");
+    throw HostError(ErrorKind::kInputOutput, "cannot edit " + terminalText(path) + ": there is no such file");
   }
   const std::string oldText = old ? readConfigText(target) : "";
   const std::string newText = editedText(edit, path, oldText);
@@ -71,7 +71,7 @@ ConfigEditResult apply(const std::string& path, const Edit& edit) {
 ConfigEditResult setInConfigFile(const std::string& path, const std::string& section, const std::string& name,
                                  const std::string& value) {
   if (const auto fault = settingTextFault(section, name, value)) {
-    throw HostError(ErrorKind::kUsage, "cannot set [" + shownText(section) + "] " + shownText(name) + ": " + *fault);
+    throw HostError(ErrorKind::kUsage, "cannot set [" + shortened(section) + "] " + shortened(name) + ": " + *fault);
   }
   return apply(path, {[&](const std::string& text) { return withSetting(text, section, name, value); },
                       [&](Sections& sections) { sections[section][name] = value; }, true});

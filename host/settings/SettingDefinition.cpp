@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "host/format/terminal_text.h"
+
 namespace zrhost {
 
 namespace {
@@ -67,22 +69,6 @@ std::string_view nearest(std::string_view wanted, Choose choose) {
   return best;
 }
 
-void appendShown(std::string& out, char character) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  const auto byte = static_cast<unsigned char>(character);
-  if (byte >= ' ' && byte < 127) {
-    out += character;
-  } else if (character == '\n') {
-    out += "\\n";
-  } else if (character == '\t') {
-    out += "\\t";
-  } else if (character == '\r') {
-    out += "\\r";
-  } else {
-    out.append({'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]});
-  }
-}
-
 }  // namespace
 
 std::span<const SettingDefinition> settingDefinitions() {
@@ -113,10 +99,10 @@ std::string_view nearestName(std::string_view section, std::string_view name) {
 
 std::optional<std::string> unknownSettingFault(std::string_view section, std::string_view name) {
   if (!isKnownSection(section)) {
-    return "unknown section [" + shownText(section) + "], did you mean [" + std::string(nearestSection(section)) + "]?";
+    return "unknown section [" + shortened(section) + "], did you mean [" + std::string(nearestSection(section)) + "]?";
   }
   if (findSetting(section, name) != nullptr) return std::nullopt;
-  return "unknown setting \"" + shownText(name) + "\" in [" + std::string(section) + "], did you mean \"" +
+  return "unknown setting \"" + shortened(name) + "\" in [" + std::string(section) + "], did you mean \"" +
          std::string(nearestName(section, name)) + "\"?";
 }
 
@@ -130,15 +116,8 @@ std::optional<int> settingNumber(const SettingDefinition& setting, std::string_v
 
 std::optional<std::string> settingValueFault(const SettingDefinition& setting, std::string_view value) {
   if (setting.kind == SettingKind::kText || settingNumber(setting, value)) return std::nullopt;
-  return std::string("[") + setting.section + "] " + setting.name + " = \"" + shownText(value) +
+  return std::string("[") + setting.section + "] " + setting.name + " = \"" + shortened(value) +
          "\": not a whole number from " + std::to_string(setting.minimum) + " to " + std::to_string(setting.maximum);
-}
-
-std::string shownText(std::string_view text) {
-  std::string shown;
-  for (const char character : text)
-    appendShown(shown, character);
-  return shown;
 }
 
 }  // namespace zrhost

@@ -50,8 +50,4 @@ std::optional<int> settingNumber(const SettingDefinition& setting, std::string_v
 // Nothing when the setting can have it.
 std::optional<std::string> settingValueFault(const SettingDefinition& setting, std::string_view value);
 
-// A text for one line of output: control characters and bytes above 126 as \n, \t, \r or \xNN. For reading by people:
-// a backslash stays as it is.
-std::string shownText(std::string_view text);
-
 }  // namespace zrhost

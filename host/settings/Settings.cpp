@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "config/ConfigFile.h"
+#include "host/format/terminal_text.h"
 
 namespace zrhost {
 
@@ -21,7 +22,8 @@ constexpr char kFileVariable[] = "ZRPOLICY_CONFIG";
   const char* from = file.source == SettingSource::kOption        ? " (from --config)"
                      : file.source == SettingSource::kEnvironment ? " (from ZRPOLICY_CONFIG)"
                                                                   : "";
-  throw HostError(ErrorKind::kInputOutput, "cannot read the settings file " + shownText(file.path) + from + ": " + why);
+  throw HostError(ErrorKind::kInputOutput,
+                  "cannot read the settings file " + terminalText(file.path) + from + ": " + why);
 }
 
 // ConfigFile takes a file that opens and cannot be read for an empty one. What is no plain file is left to it: a first
@@ -73,7 +75,7 @@ Settings::Settings(const SettingsRequest& request) : m_file(findSettingsFile(req
 }
 
 void Settings::warnOfUnknown(const Sections& sections) {
-  const std::string path = shownText(m_file.path) + ": ";
+  const std::string path = terminalText(m_file.path) + ": ";
   for (const auto& [section, settings] : sections) {
     for (const auto& entry : settings) {
       const auto fault = unknownSettingFault(section, entry.first);
@@ -100,7 +102,7 @@ EffectiveSetting Settings::effective(const SettingDefinition& definition, const 
     if (holds) setting = {&definition, value->second, true, SettingSource::kFile, m_file.path};
   }
   if (const auto fault = settingValueFault(definition, setting.value)) {
-    throw HostError(ErrorKind::kUsage, shownText(setting.origin) + ": " + *fault);
+    throw HostError(ErrorKind::kUsage, terminalText(setting.origin) + ": " + *fault);
   }
   return setting;
 }
@@ -115,7 +117,7 @@ void Settings::chooseDatabase() {
   if (!file.isSet || !dsn.isSet) return;
   if (file.source == dsn.source) {
     throw HostError(ErrorKind::kUsage,
-                    (file.source == SettingSource::kFile ? shownText(file.origin) + ": [database] file and dsn are"
+                    (file.source == SettingSource::kFile ? terminalText(file.origin) + ": [database] file and dsn are"
                                                          : file.origin + " and " + dsn.origin + " are") +
                         " both set; give one of them");
   }

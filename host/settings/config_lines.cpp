@@ -8,8 +8,8 @@
 #include <memory>
 #include <utility>
 
+#include "host/format/terminal_text.h"
 #include "host/rows/HostError.h"
-#include "host/settings/SettingDefinition.h"
 
 namespace zrhost {
 
@@ -146,7 +146,7 @@ std::string readConfigText(const std::string& path) {
     text.append(buffer, count);
   // A folder opens, and its reading is what fails.
   if (file && std::ferror(file.get()) == 0) return text;
-  throw HostError(ErrorKind::kInputOutput, "cannot read " + shownText(path) + ": " + std::strerror(errno));
+  throw HostError(ErrorKind::kInputOutput, "cannot read " + terminalText(path) + ": " + std::strerror(errno));
 }
 
 }  // namespace zrhost

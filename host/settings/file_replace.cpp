@@ -11,8 +11,8 @@
 #include <thread>
 #include <unistd.h>
 
+#include "host/format/terminal_text.h"
 #include "host/rows/HostError.h"
-#include "host/settings/SettingDefinition.h"
 
 namespace zrhost {
 
@@ -23,7 +23,7 @@ constexpr int kLockAttempts = 200;  // 10 s
 constexpr auto kLockPause = std::chrono::milliseconds(50);
 
 [[noreturn]] void failWith(const std::string& what, const std::string& path, const std::string& why) {
-  throw HostError(ErrorKind::kInputOutput, what + " " + shownText(path) + ": " + why);
+  throw HostError(ErrorKind::kInputOutput, what + " " + terminalText(path) + ": " + why);
 }
 
 std::string folderOf(const std::string& path) {
