@@ -1,0 +1,199 @@
+#include "cli/config_command.h"
+
+#include <memory>
+#include <string>
+
+#include "cli/common_options.h"
+#include "cli/config_show.h"
+#include "cli/standard_streams.h"
+#include "config/ConfigFile.h"
+#include "host/format/terminal_text.h"
+#include "host/settings/ConfigCheck.h"
+#include "host/settings/ConfigEdit.h"
+#include "host/settings/Settings.h"
+
+namespace zrcli {
+
+namespace {
+
+using zrhost::ErrorKind;
+using zrhost::HostError;
+using zrhost::terminalText;
+
+constexpr int kOk = 0;
+constexpr int kNothing = 1;  // not set, or findings
+
+constexpr char kDescription[] =
+    "Show, check and edit the settings.\n"
+    "The settings stand in a configuration file, see zrpolicy.conf(5): the file of --config, else the one that the "
+    "environment variable ZRPOLICY_CONFIG names, else /etc/zrpolicy/zrpolicy.conf when it is there.\n";
+
+constexpr char kShow[] =
+    "Show the settings that hold.\n"
+    "Lists every setting, or those of one section, with its value and where that comes from: an option, the "
+    "environment, the configuration file or the default. A password is never shown.\n";
+
+constexpr char kGet[] =
+    "Print one setting of the file.\n"
+    "Prints the value as the file has it. Status 1 when the file does not set it, also where a default holds then.\n";
+
+constexpr char kCheck[] =
+    "Check the configuration file.\n"
+    "Lists with their lines: lines that are dropped in silence, settings that are set twice, lines over 1023 bytes, "
+    "trailing comments, carriage returns and blanks that became part of a value, unknown names, bad values. Status 1 "
+    "when there is any.\n";
+
+constexpr char kSet[] =
+    "Set one setting in the file.\n"
+    "Changes the setting in its place, or adds it, and leaves every other byte of the file as it is. A missing file is "
+    "made. What happens on the way, a full disk or a kill, leaves the old file or the new one.\n"
+    "\n"
+    "A value that begins with a - needs -- in front of the arguments.\n";
+
+constexpr char kUnset[] =
+    "Remove one setting from the file.\n"
+    "Removes it wherever the file sets it, and leaves every other byte as it is.\n";
+
+constexpr char kFooter[] =
+    "EXAMPLES\n"
+    "    zrpolicy config show database\n"
+    "    zrpolicy config set database file /var/lib/zrpolicy/policy.db\n"
+    "    zrpolicy config check --config new.conf\n";
+
+struct Arguments {
+  std::string section, name, value;
+};
+
+std::string settingName(const Arguments& setting) {
+  return "[" + zrhost::shortened(setting.section) + "] " + zrhost::shortened(setting.name);
+}
+
+// The file of the command line, which must be there.
+std::string existingFile(const CommandContext& context) {
+  const zrhost::SettingsFile file = zrhost::findSettingsFile(context.configFile);
+  if (zrhost::settingsFileIsThere(file)) return file.path;
+  throw HostError(ErrorKind::kInputOutput, "there is no settings file " + file.path + "; name one with --config");
+}
+
+int finish(const std::string& text, int status) {
+  StandardOutput output;
+  output.write(text);
+  output.close();
+  return status;
+}
+
+int show(const CommandContext& context, const Arguments& wanted) {
+  if (!wanted.section.empty() && !zrhost::isKnownSection(wanted.section)) {
+    throw HostError(ErrorKind::kUsage, *zrhost::unknownSettingFault(wanted.section, ""));
+  }
+  const zrhost::Settings settings({context.configFile, context.given, context.optionNames});
+  for (const std::string& warning : settings.warnings())
+    printError("warning: " + warning);
+  return finish(settingsTable(settings, wanted.section), kOk);
+}
+
+int get(const CommandContext& context, const Arguments& wanted) {
+  if (holdsSecret(wanted.name) && zrhost::findSetting(wanted.section, wanted.name) == nullptr) {
+    throw HostError(ErrorKind::kUsage, settingName(wanted) + " may hold a password, which is never shown");
+  }
+  const zrhost::SettingsFile file = zrhost::findSettingsFile(context.configFile);
+  ConfigFile config;
+  if (zrhost::settingsFileIsThere(file)) config.read_config(file.path.c_str());
+  const char* value = config.getparam(wanted.section.c_str(), wanted.name.c_str());
+  if (value != nullptr) return finish(std::string(value) + '\n', kOk);
+  printError(settingName(wanted) + " is not set in " + file.path);
+  return kNothing;
+}
+
+int check(const CommandContext& context, const Arguments&) {
+  const std::string path = existingFile(context);
+  std::string text;
+  for (const zrhost::ConfigFinding& finding : zrhost::checkConfigFile(path)) {
+    text += terminalText(path) + ':' + std::to_string(finding.line) + ": " + finding.text + '\n';
+  }
+  const int status = text.empty() ? kOk : kNothing;
+  return finish(text.empty() ? terminalText(path) + ": no findings\n" : text, status);
+}
+
+// A setting of the program's own must be one that it can read; of others the file may hold any.
+void judge(const Arguments& setting) {
+  const zrhost::SettingDefinition* definition = zrhost::findSetting(setting.section, setting.name);
+  if (definition == nullptr) {
+    printError("warning: " + *zrhost::unknownSettingFault(setting.section, setting.name));
+  } else if (const auto fault = zrhost::settingValueFault(*definition, setting.value)) {
+    throw HostError(ErrorKind::kUsage, *fault);
+  }
+}
+
+void warnOfTwoDatabases(const std::string& path) {
+  ConfigFile config(path.c_str());
+  const auto holds = [&config](const char* name) {
+    const char* value = config.getparam("database", name);
+    return value != nullptr && *value != '\0';
+  };
+  if (holds("file") && holds("dsn")) {
+    printError("warning: " + path + ": [database] file and dsn are both set; unset one of them");
+  }
+}
+
+int set(const CommandContext& context, const Arguments& setting) {
+  const std::string path = zrhost::findSettingsFile(context.configFile).path;
+  judge(setting);
+  const zrhost::ConfigEditResult result = zrhost::setInConfigFile(path, setting.section, setting.name, setting.value);
+  warnOfTwoDatabases(path);
+  return finish(result.created ? "made " + terminalText(result.path) + '\n' : "", kOk);
+}
+
+int unset(const CommandContext& context, const Arguments& setting) {
+  const std::string path = existingFile(context);
+  const zrhost::ConfigEditResult result = zrhost::unsetInConfigFile(path, setting.section, setting.name);
+  return finish(result.changed ? "" : settingName(setting) + " was not set in " + terminalText(path) + '\n', kOk);
+}
+
+using Action = int (*)(const CommandContext&, const Arguments&);
+
+// One of the commands below `config`; the arguments are the caller's to add.
+CLI::App* addAction(CLI::App& config, CommandContext& context, const char* name, const char* description,
+                    const std::shared_ptr<Arguments>& arguments, Action action) {
+  CLI::App* command = config.add_subcommand(name, description);
+  command->callback([&context, arguments, action] {
+    context.run = [&context, arguments, action] { return action(context, *arguments); };
+  });
+  return command;
+}
+
+void addPlace(CLI::App& command, const std::shared_ptr<Arguments>& arguments) {
+  command.add_option("SECTION", arguments->section, "The section, without brackets.")->required()->group("Arguments");
+  command.add_option("NAME", arguments->name, "The setting's name.")->required()->group("Arguments");
+}
+
+}  // namespace
+
+void addConfigCommand(CLI::App& program, CommandContext& context) {
+  CLI::App* config = program.add_subcommand("config", kDescription);
+  config->footer(kFooter);
+  config->require_subcommand(1);
+  const auto arguments = std::make_shared<Arguments>();
+
+  CLI::App* command = addAction(*config, context, "show", kShow, arguments, show);
+  command->add_option("SECTION", arguments->section, "Only this section.")->group("Arguments");
+  addSettingOptions(*command, context);
+
+  command = addAction(*config, context, "get", kGet, arguments, get);
+  addPlace(*command, arguments);
+  addConfigOption(*command, context);
+
+  command = addAction(*config, context, "check", kCheck, arguments, check);
+  addConfigOption(*command, context);
+
+  command = addAction(*config, context, "set", kSet, arguments, set);
+  addPlace(*command, arguments);
+  command->add_option("VALUE", arguments->value, "The new value; it may be empty.")->required()->group("Arguments");
+  addConfigOption(*command, context);
+
+  command = addAction(*config, context, "unset", kUnset, arguments, unset);
+  addPlace(*command, arguments);
+  addConfigOption(*command, context);
+}
+
+}  // namespace zrcli
