@@ -26,9 +26,9 @@ struct RefusedRow {
 };
 
 struct LoadOptions {
-  bool strict = false;                               // the first refused row is fatal: HostError kBadRow with its text
-  std::function<void(const RefusedRow&)> onRefused;  // each refused row, as it is met; may be empty
-  std::function<void(std::uint64_t rowsSoFar)> onProgress;  // now and then (every 1,024 rows); may be empty
+  bool strict = false;  // the first refused row is fatal: HostError kBadRow with its text
+  std::function<void(const RefusedRow&)> onRefused{};         // each refused row, as it is met; may be empty
+  std::function<void(std::uint64_t rowsSoFar)> onProgress{};  // now and then (every 1,024 rows); may be empty
 };
 
 // What a load did. The numbers count what the cache took.

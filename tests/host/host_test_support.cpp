@@ -1,0 +1,98 @@
+#include "host/host_test_support.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <stdexcept>
+
+#include "host/source/LibraryErrors.h"
+#include "vexa/VexaLog.h"
+
+namespace zrtest {
+namespace {
+
+std::string outputOf(const std::string& command) {
+  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+  if (pipe == nullptr) throw std::runtime_error("cannot run " + command);
+  std::string output;
+  char buffer[4096];
+  while (const std::size_t size = fread(buffer, 1, sizeof buffer, pipe))
+    output.append(buffer, size);
+  if (pclose(pipe) != 0) throw std::runtime_error(output);
+  return output;
+}
+
+class SqlitePlace : public Place {
+ public:
+  SqlitePlace() { keepOdbcDriversLoaded(); }
+  zrhost::DatabaseOptions options() const override {
+    zrhost::DatabaseOptions options;
+    options.file = m_folder.file("policy.db");
+    options.retryWait = 0;
+    return options;
+  }
+  std::string run(const std::string& sql) const override {
+    const std::string script = m_folder.write("script.sql", ".timeout 5000\n" + sql + "\n");
+    return outputOf("sqlite3 -bail '" + options().file + "' < '" + script + "'");
+  }
+
+ private:
+  TempFolder m_folder;
+};
+
+class PostgresPlace : public Place {
+ public:
+  PostgresPlace() : m_database(PostgresServer::shared().createDatabase()) {
+    m_entries.addPostgres(m_database, PostgresServer::shared().socketFolder(), m_database);
+  }
+  zrhost::DatabaseOptions options() const override {
+    zrhost::DatabaseOptions options;
+    options.dsn = m_database;
+    options.user = PostgresServer::kUser;
+    options.retryWait = 0;
+    return options;
+  }
+  std::string run(const std::string& sql) const override { return PostgresServer::shared().run(m_database, sql); }
+
+ private:
+  OdbcEntries m_entries;
+  std::string m_database;
+};
+
+}  // namespace
+
+std::unique_ptr<Place> makeSqlitePlace() {
+  return std::make_unique<SqlitePlace>();
+}
+
+std::unique_ptr<Place> makePostgresPlace() {
+  return std::make_unique<PostgresPlace>();
+}
+
+void EveryDatabase::makeLooseTables() {
+  place->run(
+      "CREATE TABLE policy (policy_id TEXT, policy_type TEXT, policy_name TEXT, is_default TEXT);"
+      "CREATE TABLE policy_rule (policy_id TEXT, position TEXT, rule_id TEXT, rule_type TEXT, rule_name TEXT,"
+      " ldap_setting TEXT, action TEXT);"
+      "CREATE TABLE ep_link (link_id TEXT, entity_type TEXT, entity_name TEXT, policy_id TEXT, priority TEXT);"
+      "CREATE TABLE policy_revision (epoch TEXT, revision TEXT, schema_version TEXT);"
+      "INSERT INTO policy_revision VALUES ('e', '7', '1');"
+      "INSERT INTO policy VALUES ('1', '5', 'one', '0');");
+}
+
+std::unique_ptr<ZrPolicyCache> EveryDatabase::load(zrhost::LoadReport& report, zrhost::LoadOptions options) {
+  zrhost::PolicyDatabase database(place->options());
+  return zrhost::loadCache(database, options, report);
+}
+
+}  // namespace zrtest
+
+// The sink of a program like the command: errors explain failures, the rest is dropped.
+void VEXA::Log::LogByLevel(VEXALogLevel level, const char* format, ...) {
+  if (level != 1) return;
+  char text[2048];
+  std::va_list args;
+  va_start(args, format);
+  std::vsnprintf(text, sizeof text, format, args);
+  va_end(args);
+  zrhost::noteLibraryError(text);
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "common/odbc_entries.h"
+#include "common/postgres_server.h"
+#include "common/temp_folder.h"
+#include "host/load/CacheLoader.h"
+#include "host/source/PolicyDatabase.h"
+
+namespace zrtest {
+
+// A place for a policy database of one kind, and a way to change it that is not the code tested.
+class Place {
+ public:
+  virtual ~Place() = default;
+  virtual zrhost::DatabaseOptions options() const = 0;
+  // Runs statements as the administrator would and answers what they print.
+  virtual std::string run(const std::string& sql) const = 0;
+};
+
+std::unique_ptr<Place> makeSqlitePlace();
+std::unique_ptr<Place> makePostgresPlace();
+
+// The tests that hold for every kind of database.
+class EveryDatabase : public testing::TestWithParam<const char*> {
+ protected:
+  EveryDatabase() : place(std::string(GetParam()) == "SQLite" ? makeSqlitePlace() : makePostgresPlace()) {}
+  void init(bool sample = false, bool force = false) {
+    zrhost::PolicyDatabase::init(place->options(), {sample, force});
+  }
+  // Four tables of the same names and columns without a rule of any kind.
+  void makeLooseTables();
+  std::unique_ptr<ZrPolicyCache> load(zrhost::LoadReport& report, zrhost::LoadOptions options = {});
+
+  std::unique_ptr<Place> place;
+};
+
+// The kind and the text of the HostError that `action` ends with; kind 0 without one.
+struct Failure {
+  int kind = 0;
+  std::string text;
+};
+template <typename Action>
+Failure failureOf(Action action) {
+  try {
+    action();
+    return {};
+  } catch (const zrhost::HostError& error) {
+    return {static_cast<int>(error.kind()), error.what()};
+  }
+}
+
+}  // namespace zrtest

@@ -1,0 +1,169 @@
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include "host/host_test_support.h"
+
+using testing::HasSubstr;
+using zrhost::InitReport;
+using zrhost::LoadReport;
+using zrhost::PolicyDatabase;
+namespace fs = std::filesystem;
+
+namespace zrtest {
+namespace {
+
+class Init : public EveryDatabase {
+ protected:
+  bool isSqlite() const { return std::string(GetParam()) == "SQLite"; }
+  std::int64_t revision() { return PolicyDatabase(place->options()).revision().revision; }
+};
+INSTANTIATE_TEST_SUITE_P(, Init, testing::Values("SQLite", "PostgreSQL"), [](const auto& info) { return info.param; });
+
+TEST_P(Init, TablesThatAreThereAreKeptUnlessForced) {
+  init();
+  place->run("INSERT INTO policy VALUES (1, 1, 'mine', 0); CREATE TABLE bystander (n INTEGER);");
+  const Failure refused = failureOf([&] { init(true); });
+  EXPECT_EQ(refused.kind, 73);
+  EXPECT_THAT(refused.text, HasSubstr("is there already"));
+  EXPECT_EQ(place->run("SELECT policy_name FROM policy"), "mine\n");
+
+  const std::string epoch = PolicyDatabase(place->options()).revision().epoch;
+  const InitReport report = PolicyDatabase::init(place->options(), {true, true});
+  std::int64_t dropped = 0;
+  for (const auto& table : report.dropped)
+    dropped += table.rows;
+  EXPECT_EQ(report.dropped.size(), 4u);
+  EXPECT_EQ(dropped, 2);  // the policy and the revision
+  EXPECT_NE(report.revision.epoch, epoch);
+  EXPECT_EQ(place->run("SELECT COUNT(*) FROM bystander"), "0\n");
+}
+
+TEST_P(Init, OneOfTheTablesIsEnoughToRefuseAndForceDropsJustThat) {
+  place->run("CREATE TABLE ep_link (whatever INTEGER); INSERT INTO ep_link VALUES (1), (2)");
+  EXPECT_EQ(failureOf([&] { init(); }).kind, 73);
+  const InitReport report = PolicyDatabase::init(place->options(), {false, true});
+  ASSERT_EQ(report.dropped.size(), 1u);
+  EXPECT_EQ(report.dropped[0].table, "ep_link");
+  EXPECT_EQ(report.dropped[0].rows, 2);
+}
+
+TEST_P(Init, ViewInTheWayIsNeverDropped) {
+  place->run("CREATE VIEW policy AS SELECT 1 AS n");
+  const Failure failure = failureOf([&] { init(false, true); });
+  EXPECT_EQ(failure.kind, 73);
+  EXPECT_THAT(failure.text, HasSubstr("'policy' is no table"));
+  EXPECT_EQ(place->run("SELECT n FROM policy"), "1\n");
+}
+
+TEST_P(Init, FailureHalfWayLeavesNothingBehind) {
+  TempFolder folder;
+  auto options = place->options();
+  fs::copy(ZR_TEST_SCHEMA, folder.path() / "sql", fs::copy_options::recursive);
+  folder.write("sql/sample/02_rules.sql", "INSERT INTO policy_rule (nonsense) VALUES (1)");
+  options.sqlDirectory = (folder.path() / "sql").string();
+  EXPECT_EQ(failureOf([&] { PolicyDatabase::init(options, {true, false}); }).kind, 78);
+  if (isSqlite()) {
+    for (const char* part : {"", "-wal", "-shm", "-journal"})
+      EXPECT_FALSE(fs::exists(options.file + part)) << part;
+  }
+  init(true);  // nothing is in the way
+}
+
+TEST_P(Init, EveryChangeRaisesTheRevisionInItsTransaction) {
+  init();
+  EXPECT_EQ(revision(), 0);
+  const std::vector<std::string> changes = {"INSERT INTO policy VALUES (1, 1, 'p', 0)",
+                                            "UPDATE policy SET policy_name = 'q'",
+                                            "INSERT INTO policy_rule VALUES (1, 1, 1, 247, 'r', 0, 'a')",
+                                            "INSERT INTO ep_link VALUES (1, 1, 'u', 1, 1)",
+                                            "UPDATE ep_link SET priority = 2",
+                                            "DELETE FROM ep_link",
+                                            "DELETE FROM policy_rule",
+                                            "DELETE FROM policy"};
+  std::int64_t last = 0;
+  for (const std::string& change : changes) {
+    place->run("BEGIN; " + change + "; ROLLBACK;");
+    EXPECT_EQ(revision(), last) << change;
+    place->run(change);
+    EXPECT_EQ(revision(), last + 1) << change;
+    last = revision();
+  }
+  if (isSqlite()) return;
+  place->run("TRUNCATE ep_link");
+  EXPECT_EQ(revision(), last + 1);
+  place->run("SET session_replication_role = replica; DELETE FROM policy");  // as a subscriber applies changes
+  EXPECT_EQ(revision(), last + 2);
+}
+
+TEST_P(Init, TablesRefuseWhatTheCacheCouldNotUse) {
+  init();
+  place->run("INSERT INTO policy VALUES (1, 1, 'p', 0)");
+  for (const char* bad :
+       {"policy VALUES (NULL, 1, 'p', 0)", "policy VALUES (1, 1, 'p', 0)", "policy VALUES (2, 1, 'p', 2)",
+        "policy VALUES (2147483648, 1, 'p', 0)", "policy VALUES (3, 1, NULL, 0)",
+        "policy_rule VALUES (9, 1, 1, 1, 'r', 0, 'a')", "ep_link VALUES (1, 7, 'u', 1, 1)",
+        "ep_link VALUES (1, 1, 'u', 9, 1)", "ep_link VALUES (1, 1, 'u', 1, 'soon')"}) {
+    const std::string pragma = isSqlite() ? "PRAGMA foreign_keys = ON; " : "";
+    EXPECT_THROW(place->run(pragma + "INSERT INTO " + bad), std::runtime_error) << bad;
+  }
+}
+
+TEST_P(Init, SchemaThatThisProgramDoesNotKnowIsRefused) {
+  const std::pair<const char*, const char*> schemas[] = {
+      {"", "holds no policy database"},
+      {"CREATE TABLE policy_revision (a INTEGER)", "holds no policy database"},
+      {"CREATE TABLE policy_revision (epoch TEXT, revision TEXT, schema_version TEXT)", "policy_revision has no row"},
+      {"INSERT INTO policy_revision VALUES ('e', '1', NULL)", "the row of policy_revision is none"},
+      {"UPDATE policy_revision SET schema_version = '2'", "its schema version 2 is newer than this program's 1"},
+      {"UPDATE policy_revision SET schema_version = '1'", "holds no policy database"},
+      {"CREATE TABLE policy (n INTEGER)", "holds no policy database"},
+  };
+  place->run("CREATE TABLE other (n INTEGER);");
+  for (const auto& [change, text] : schemas) {
+    if (*change != '\0') place->run(change);
+    LoadReport report;
+    const Failure failure = failureOf([&] { load(report); });
+    EXPECT_EQ(failure.kind, 78) << change;
+    EXPECT_THAT(failure.text, HasSubstr(text));
+    EXPECT_EQ(failure.text.find('\n'), std::string::npos);
+  }
+}
+
+TEST(InitSqlite, FileIsMadeInWalModeAtAnyPath) {
+  keepOdbcDriversLoaded();
+  TempFolder folder;
+  std::string longPath = folder.path().string();
+  while (longPath.size() < 700)
+    longPath += "/" + std::string(100, 'd');
+  fs::create_directories(longPath);
+  for (const std::string& path : {folder.file("a ;#]=[\"'%s\n\\.db"), longPath + "/p.db"}) {
+    zrhost::DatabaseOptions options;
+    options.file = path;
+    PolicyDatabase::init(options, {true, false});
+    std::ifstream file(path, std::ios::binary);
+    std::string header(20, '\0');
+    file.read(header.data(), 20);
+    EXPECT_EQ(header[18], 2) << path;  // the file format's mark of a write-ahead log
+    EXPECT_EQ(PolicyDatabase(options).revision().schemaVersion, 1);
+  }
+}
+
+TEST(InitPostgres, WriterWithoutRightsToTheRevisionRaisesItAndReaderOnlyReads) {
+  const auto place = makePostgresPlace();
+  PolicyDatabase::init(place->options(), {true, false});
+  place->run(
+      "DROP ROLE IF EXISTS writer; CREATE ROLE writer; GRANT INSERT ON policy TO writer;"
+      "SET ROLE writer; CREATE TEMP TABLE policy_revision (revision INTEGER); INSERT INTO policy VALUES (99, 1, 'p', "
+      "0);"
+      "RESET ROLE; DROP TABLE pg_temp.policy_revision; DROP OWNED BY writer; DROP ROLE writer");
+  LoadReport report;
+  PolicyDatabase database(place->options());
+  EXPECT_NE(database.revision().revision, 3);
+  loadCache(database, {}, report);
+  EXPECT_EQ(report.policies, 23u);
+}
+
+}  // namespace
+}  // namespace zrtest

@@ -1,0 +1,150 @@
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <sqlext.h>
+#include <thread>
+
+#include "host/host_test_support.h"
+#include "host/source/OdbcEntries.h"
+
+using testing::HasSubstr;
+using testing::Not;
+using zrhost::DatabaseOptions;
+using zrhost::LoadReport;
+using zrhost::PolicyDatabase;
+namespace fs = std::filesystem;
+
+namespace zrtest {
+namespace {
+
+Failure opening(const DatabaseOptions& options) {
+  return failureOf([&] { PolicyDatabase(options).revision(); });
+}
+
+DatabaseOptions fileOptions(const std::string& file) {
+  DatabaseOptions options;
+  options.file = file;
+  options.retryWait = 0;
+  return options;
+}
+
+TEST(Unreachable, FilesThatCannotBeOpenedAreToldApart) {
+  keepOdbcDriversLoaded();
+  const TempFolder folder;
+  fs::create_symlink("nowhere", folder.file("link"));
+  const struct {
+    std::string file;
+    int kind;
+    const char* text;
+  } cases[] = {
+      {folder.file("missing.db"), 69, "there is no such file"},
+      {folder.file("no/folder.db"), 69, "there is no such file"},
+      {folder.path().string(), 69, "it is a folder"},
+      {"/dev/null", 69, "it is no regular file"},
+      {folder.write("text.db", "this is a letter, not a database"), 78, "it is no SQLite database"},
+      {folder.write("head.db", std::string("SQLite format 3\0", 16) + std::string(4096, 'x')), 78,
+       "no SQLite database"},
+      {folder.write("empty.db", ""), 78, "holds no policy database"},
+      {folder.file("link"), 69, "there is no such file"},
+  };
+  for (const auto& c : cases) {
+    const Failure failure = opening(fileOptions(c.file));
+    EXPECT_EQ(failure.kind, c.kind) << c.file;
+    EXPECT_THAT(failure.text, HasSubstr(c.text));
+    EXPECT_THAT(failure.text, HasSubstr("'" + c.file + "'"));
+  }
+  EXPECT_FALSE(fs::exists(folder.file("missing.db")));
+  EXPECT_FALSE(fs::exists(folder.file("nowhere")));
+}
+
+TEST(Unreachable, LockedFileIsGivenUpAndReadAgainAfterwards) {
+  const auto place = makeSqlitePlace();
+  const DatabaseOptions options = place->options();
+  PolicyDatabase::init(options, {});
+  place->run("PRAGMA journal_mode = DELETE");
+  PolicyDatabase database(options);
+  std::thread other([&] { place->run("BEGIN EXCLUSIVE;\n.system sleep 7\nCOMMIT;"); });
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  const Failure failure = failureOf([&] { database.revision(); });
+  other.join();
+  EXPECT_EQ(failure.kind, 69);
+  EXPECT_THAT(failure.text, HasSubstr("is locked by another program"));
+  EXPECT_EQ(database.revision().revision, 0);
+}
+
+TEST(Unreachable, DataSourcesThatDoNotConnectAreToldApart) {
+  auto& server = PostgresServer::shared();
+  server.run("postgres", "DROP ROLE IF EXISTS clerk; CREATE ROLE clerk LOGIN PASSWORD 'right-secret'");
+  OdbcEntries entries;
+  entries.addPostgres("live", server.socketFolder(), "postgres");
+  entries.addPostgres("nodb", server.socketFolder(), "nosuchdb");
+  entries.addPostgres("dead", entries.folder().path().string(), "postgres");
+  entries.add("nodriver", "Driver=Nonexistent\n");
+  const struct {
+    const char* dsn;
+    const char* password;
+    const char* text;
+  } cases[] = {
+      {"missing", "x", "unknown data source 'missing'"},
+      {"live", "wrong-secret", "wrong user or password"},
+      {"dead", "x-secret", "does not answer"},
+      {"nodb", "right-secret", "database \"nosuchdb\" does not exist"},
+      {"nodriver", "x-secret", "driver that cannot be loaded"},
+  };
+  for (const auto& c : cases) {
+    DatabaseOptions options;
+    options.dsn = c.dsn;
+    options.user = "clerk";
+    options.password = c.password;
+    options.retryWait = 0;
+    const Failure failure = opening(options);
+    EXPECT_EQ(failure.kind, 69) << c.dsn;
+    EXPECT_THAT(failure.text, HasSubstr(c.text));
+    EXPECT_THAT(failure.text, HasSubstr("'" + std::string(c.dsn) + "'"));
+    EXPECT_THAT(failure.text, Not(HasSubstr("secret")));
+  }
+}
+
+TEST(Unreachable, ConnectionLostBetweenReadsIsReplaced) {
+  const auto place = makePostgresPlace();
+  PolicyDatabase::init(place->options(), {true, false});
+  PolicyDatabase database(place->options());
+  place->run(
+      "SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = current_database() AND pid <> "
+      "pg_backend_pid()");
+  EXPECT_EQ(failureOf([&] { database.revision(); }).kind, 69);
+  LoadReport report;
+  loadCache(database, {}, report);
+  EXPECT_EQ(report.policies, 22u);
+}
+
+TEST(Unreachable, ReaderThatMayNotReadIsToldSo) {
+  const auto place = makePostgresPlace();
+  PolicyDatabase::init(place->options(), {});
+  PostgresServer::shared().run("postgres", "DROP ROLE IF EXISTS stranger; CREATE ROLE stranger LOGIN PASSWORD 'pw-7'");
+  DatabaseOptions options = place->options();
+  options.user = "stranger";
+  options.password = "pw-7";
+  const Failure failure = opening(options);
+  EXPECT_EQ(failure.kind, 69);
+  EXPECT_THAT(failure.text, HasSubstr("no permission"));
+}
+
+TEST(Entries, FolderIsGoneAfterwardsAndAfterASignal) {
+  const std::string before = std::getenv("ODBCINI") != nullptr ? std::getenv("ODBCINI") : "";
+  for (const bool bySignal : {false, true}) {
+    fs::path ini;
+    {
+      const auto entries = zrhost::OdbcEntries::forFile("policy.db");
+      ini = std::getenv("ODBCINI");
+      EXPECT_EQ(fs::status(ini.parent_path()).permissions(), fs::perms::owner_all);
+      EXPECT_TRUE(fs::exists(ini));
+      if (bySignal) zrhost::OdbcEntries::removeNow();
+      EXPECT_EQ(fs::exists(ini.parent_path()), !bySignal);
+    }
+    EXPECT_FALSE(fs::exists(ini.parent_path()));
+    EXPECT_EQ(std::getenv("ODBCINI") != nullptr ? std::getenv("ODBCINI") : "", before);
+  }
+}
+
+}  // namespace
+}  // namespace zrtest
