@@ -73,6 +73,7 @@ std::vector<std::string> settingNames(const std::string& dsn) {
 
 // What asks a driver to stream. A driver is a registered name or a file; `driver` is known by the file's name.
 std::string streaming(const std::string& driver) {
+  if (driver.empty()) return {};
   std::string file = profile(driver.c_str(), "Driver", "odbcinst.ini");
   if (file.empty()) file = driver;
   if (strcasestr(file.c_str(), "psqlodbc") != nullptr) return kStreamPostgres;
@@ -88,7 +89,7 @@ std::string copiedSettings(const std::string& dsn) {
     if (strcasecmp(name.c_str(), "Driver") == 0) driver = value;
     settings += name + "=" + value + "\n";
   }
-  return settings + streaming(driver);
+  return settings.empty() ? settings : settings + streaming(driver);
 }
 
 }  // namespace
@@ -114,7 +115,8 @@ OdbcEntries::~OdbcEntries() {
 OdbcEntries OdbcEntries::forFile(const std::string& path) {
   OdbcEntries entries;
   const std::string link = entries.m_folder + kLinkName;
-  if (symlink(fs::absolute(path).c_str(), link.c_str()) != 0) throwInputOutput("the link '" + link + "'");
+  if (symlink(fs::weakly_canonical(fs::absolute(path)).c_str(), link.c_str()) != 0)
+    throwInputOutput("the link '" + link + "'");
   entries.write("Driver=SQLite3\nDatabase=" + link + "\nNoCreat=1\nFKSupport=1\nTimeout=5000\n" + kStreamSqlite);
   return entries;
 }

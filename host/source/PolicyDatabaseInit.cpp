@@ -115,6 +115,17 @@ std::vector<TableCount> dropTables(Session& session, const std::vector<std::stri
   return dropped;
 }
 
+// A statement file that the database refuses is at fault itself, whatever a reader would make of the refusal.
+void runFile(Session& session, const std::string& file, const std::string& schema) {
+  try {
+    session.run(file, schema.c_str());
+  } catch (const HostError& error) {
+    if (error.kind() != ErrorKind::kNotPolicyDatabase) throw;
+    throw HostError(ErrorKind::kInputOutput,
+                    oneLine("the SQL statement file '" + file + "' is refused: " + error.what()));
+  }
+}
+
 // Runs every statement file of a folder, in the order of their names. Their one value is the schema that the tables are
 // in.
 void runFolder(Session& session, const std::string& folder, const std::string& schema) {
@@ -127,7 +138,7 @@ void runFolder(Session& session, const std::string& folder, const std::string& s
   }
   std::sort(files.begin(), files.end());
   for (const std::string& file : files)
-    session.run(file, schema.c_str());
+    runFile(session, file, schema);
 }
 
 std::string randomEpoch() {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -37,16 +38,21 @@ constexpr Cause kStatementCauses[] = {
      "does not let this user do that: no permission; grant the right, or use another user"},
     {"[State:25006]", ErrorKind::kUnreachable, "is read-only; use the primary server"},
     {"no such ", ErrorKind::kNotPolicyDatabase, "holds no policy database; make one with 'zrpolicy init'"},
+    {"has no column", ErrorKind::kNotPolicyDatabase, "holds no policy database; make one with 'zrpolicy init'"},
+    {"syntax error", ErrorKind::kNotPolicyDatabase, "holds no policy database; make one with 'zrpolicy init'"},
     {"[State:42", ErrorKind::kNotPolicyDatabase, "holds no policy database; make one with 'zrpolicy init'"},
     {"[State:22P02]", ErrorKind::kNotPolicyDatabase, "holds no policy database; make one with 'zrpolicy init'"},
 };
 
 constexpr Cause kConnectCauses[] = {
-    {"[State:IM002]", ErrorKind::kUnreachable, "is unknown to the driver manager; check odbc.ini"},
+    {"[State:IM002]", ErrorKind::kUnreachable,
+     "is unknown to the driver manager, or its driver is; check odbc.ini and odbcinst.ini"},
     {"[State:IM003]", ErrorKind::kUnreachable, "needs an ODBC driver that cannot be loaded; install it"},
     {"[State:01000]", ErrorKind::kUnreachable, "needs an ODBC driver that cannot be loaded; install it"},
     {"password", ErrorKind::kUnreachable, "refused the user: wrong user or password; check both"},
     {"[State:28", ErrorKind::kUnreachable, "refused the user: wrong user or password; check both"},
+    {"Is the server running", ErrorKind::kUnreachable,
+     "does not answer: the server is down or elsewhere; check that it runs and where"},
     {"ould not connect", ErrorKind::kUnreachable,
      "does not answer: the server is down or elsewhere; check that it runs and where"},
     {"onnection refused", ErrorKind::kUnreachable,
@@ -66,7 +72,8 @@ const Cause& causeIn(const Cause (&causes)[N], const std::string& diagnostics, c
 }
 
 std::string withoutPassword(std::string text, const std::string& password) {
-  for (std::size_t at = 0; !password.empty() && (at = text.find(password, at)) != std::string::npos; at += 3)
+  constexpr std::size_t shortest = 4;  // what is shorter is part of too many words to tell anything
+  for (std::size_t at = 0; password.size() >= shortest && (at = text.find(password, at)) != std::string::npos; at += 3)
     text.replace(at, password.size(), "***");
   return text;
 }
@@ -147,6 +154,13 @@ void checkFile(const std::string& path) {
   if (!S_ISREG(status.st_mode)) throwFile(ErrorKind::kUnreachable, path, "it is no regular file; name another");
   if (access(path.c_str(), R_OK) != 0) {
     throwFile(ErrorKind::kUnreachable, path, "no permission to read it; check the rights to it");
+  }
+  constexpr std::size_t longest = 510;  // SQLite's own limit, once links are resolved
+  std::error_code ignored;
+  if (const std::string full = std::filesystem::canonical(path, ignored).string(); full.size() > longest) {
+    throwFile(ErrorKind::kUnreachable, path,
+              "its full path has " + std::to_string(full.size()) + " bytes, SQLite takes " + std::to_string(longest) +
+                  "; move it up");
   }
   static constexpr char magic[16] = "SQLite format 3";
   char start[sizeof magic] = {};

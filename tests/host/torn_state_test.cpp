@@ -11,7 +11,7 @@ namespace zrtest {
 namespace {
 
 constexpr int kPolicies = 40;
-constexpr int kWrites = 60;
+constexpr int kWrites = 30;
 
 class TornState : public EveryDatabase {};
 INSTANTIATE_TEST_SUITE_P(, TornState, testing::Values("SQLite", "PostgreSQL"),

@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <sqlext.h>
 #include <thread>
@@ -31,6 +32,11 @@ TEST(Unreachable, FilesThatCannotBeOpenedAreToldApart) {
   keepOdbcDriversLoaded();
   const TempFolder folder;
   fs::create_symlink("nowhere", folder.file("link"));
+  std::string deep = folder.path().string();
+  while (deep.size() < 510)
+    deep += "/" + std::string(100, 'd');
+  fs::create_directories(deep);
+  std::ofstream(deep + "/p.db");
   const struct {
     std::string file;
     int kind;
@@ -44,6 +50,7 @@ TEST(Unreachable, FilesThatCannotBeOpenedAreToldApart) {
       {folder.write("head.db", std::string("SQLite format 3\0", 16) + std::string(4096, 'x')), 78,
        "no SQLite database"},
       {folder.write("empty.db", ""), 78, "holds no policy database"},
+      {deep + "/p.db", 69, "SQLite takes 510"},
       {folder.file("link"), 69, "there is no such file"},
   };
   for (const auto& c : cases) {
@@ -88,7 +95,7 @@ TEST(Unreachable, DataSourcesThatDoNotConnectAreToldApart) {
       {"live", "wrong-secret", "wrong user or password"},
       {"dead", "x-secret", "does not answer"},
       {"nodb", "right-secret", "database \"nosuchdb\" does not exist"},
-      {"nodriver", "x-secret", "driver that cannot be loaded"},
+      {"nodriver", "x-secret", "or its driver is; check odbc.ini"},
   };
   for (const auto& c : cases) {
     DatabaseOptions options;
