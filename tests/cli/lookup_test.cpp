@@ -27,7 +27,7 @@ class LookupTest : public testing::Test {
             "VALUES (1, 1, 11, 247, 'keep', 0, 'keep'), (2, 1, 12, 247, 'drop', 1, 'drop' || char(10)), "
             "(3, 1, 13, 247, 'hold', 0, 'hold')",
             "INSERT INTO ep_link (link_id, entity_type, entity_name, policy_id, priority) VALUES "
-            "(1, 1, 'john@example.org', 2, 10), (2, 5, '10.0.0.0~10.0.0.255', 3, 20), "
+            "(1, 1, 'john@example.org', 2, 10), (2, 5, '10.0.0.0 ~ 10.0.0.255', 3, 20), "
             "(3, 4, '10.0.0.7', 2, 30)"});
   }
 
@@ -52,7 +52,7 @@ TEST_F(LookupTest, TableShowsTheResultsBestFirst) {
   EXPECT_EQ(result.out,
             "  PRIORITY  POLICY ID  TYPE  NAME    ENTITY TYPE  ENTITY               RULE  ACTION\n"
             "        10          2     3  Jörg's  USER         john@example.org     drop  drop\\n\n"
-            "        20          3     3  range   IP_RANGE     10.0.0.0~10.0.0.255  hold  hold\n"
+            "        20          3     3  range   IP_RANGE     10.0.0.0 ~ 10.0.0.255  hold  hold\n"
             "2147483647          1     0  usual   DEFAULT      Default Policy       keep  keep\n");
   EXPECT_THAT(result.err, IsEmpty());
 }

@@ -84,8 +84,8 @@ TEST_F(AnswerTest, PartThatIsAskedFirstDecidesForAPolicyOfTwoLinks) {
 TEST_F(AnswerTest, AddressIsAskedForItselfBeforeTheRangesThatHoldIt) {
   addPolicy(1, "single and range");
   addPolicy(2, "range only");
-  addLink(ZrPolicyCache::IP_RANGE, "10.0.0.1~10.0.0.255", 1, 1);
-  addLink(ZrPolicyCache::IP_RANGE, "10.0.0.0~10.0.1.255", 2, 5);
+  addLink(ZrPolicyCache::IP_RANGE, "10.0.0.1 ~ 10.0.0.255", 1, 1);
+  addLink(ZrPolicyCache::IP_RANGE, "10.0.0.0 ~ 10.0.1.255", 2, 5);
   addLink(ZrPolicyCache::IP, "10.0.0.7", 1, 8);
   EXPECT_THAT(idsAndPriorities("ip 10.0.0.7"), ElementsAre(IdAndPriority(2, 5), IdAndPriority(1, 8)));
   EXPECT_THAT(idsAndPriorities("ip 10.0.1.7"), ElementsAre(IdAndPriority(2, 5)));
