@@ -42,7 +42,7 @@ class ZR_EXPORT ZrEPLink {
   // default link has the largest value, 2147483647.
   std::int32_t m_priority = 0;
   // What kind of entity the link binds, and so where the cache files it.
-  ZrEntityType m_entityType = ZR_ENTITY_DEFAULT;
+  ZrEntityType m_entityType = ZrEntityType::DEFAULT;
   // The policy's number, set by the host; the cache finds the policy by it. Result sets keep one result for each
   // number.
   std::int32_t m_policyId = 0;

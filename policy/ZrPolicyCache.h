@@ -35,13 +35,13 @@ struct CacheIndex;
 class ZR_EXPORT ZrPolicyCache {
  public:
   using EntityType = ZrEntityType;
-  static constexpr EntityType DEFAULT = ZR_ENTITY_DEFAULT;
-  static constexpr EntityType USER = ZR_ENTITY_USER;
-  static constexpr EntityType GROUP = ZR_ENTITY_GROUP;
-  static constexpr EntityType HOSTNAME = ZR_ENTITY_HOSTNAME;
-  static constexpr EntityType IP = ZR_ENTITY_IP;
-  static constexpr EntityType IP_RANGE = ZR_ENTITY_IP_RANGE;
-  static constexpr EntityType OTHER = ZR_ENTITY_OTHER;
+  static constexpr EntityType DEFAULT = ZrEntityType::DEFAULT;
+  static constexpr EntityType USER = ZrEntityType::USER;
+  static constexpr EntityType GROUP = ZrEntityType::GROUP;
+  static constexpr EntityType HOSTNAME = ZrEntityType::HOSTNAME;
+  static constexpr EntityType IP = ZrEntityType::IP;
+  static constexpr EntityType IP_RANGE = ZrEntityType::IP_RANGE;
+  static constexpr EntityType OTHER = ZrEntityType::OTHER;
 
   // An empty cache without a default policy, of generation 0. Throws std::bad_alloc when memory runs out.
   ZrPolicyCache();
