@@ -30,7 +30,6 @@ TEST(ZrEPLink, AddressTextIsReadLikeTwoWordsWithATildeBetween) {
       {"10.0.0.1~10.0.0.9", kFirstBad, kKept, kKept},
       {"10.0.0.1 10.0.0.9", "nothing", one, kKept},
       {"10.0.0.1 ~", "nothing", one, kKept},
-      {"10.0.0.1 ~  ", "nothing", one, kKept},
       {"192.168.100.100~10.0.0.9", "nothing", ip(192, 168, 100, 100), nine},  // the tilde follows 15 characters
       {"0000000000000010.0.0.1", "nothing", ip(0, 0, 0, 1), kKept},           // cut at 15 characters: octal 1
       {"10.0.0.1 ~ 10.0.0.1234567890", kSecondBad, one, kKept},
@@ -42,10 +41,7 @@ TEST(ZrEPLink, AddressTextIsReadLikeTwoWordsWithATildeBetween) {
       {"255.255.255.255", kFirstBad, kKept, kKept},
       {"10.0.0.1 ~ 255.255.255.255", kSecondBad, one, kKept},
       {"010.0x10.3", "nothing", ip(8, 16, 0, 3), kKept},
-      {"1", "nothing", ip(0, 0, 0, 1), kKept},
-      {"0.0.0.0", "nothing", 0, kKept},
       {"10.0.0.256", kFirstBad, kKept, kKept},
-      {"10.0.0.1.", kFirstBad, kKept, kKept},
       {"10.0.0.0255", "nothing", ip(10, 0, 0, 173), kKept},  // octal, four digits
   };
   for (const auto& tried : cases) {

@@ -24,37 +24,33 @@ class Lookup : public testing::Test {
     cache.addEPLink(newLink(kind, name, policyId, priority));
   }
   std::vector<int> found(ZrEntityType kind, const std::string& key) { return Asked(cache).key(kind, key).policies(); }
-  std::vector<int> foundRanges(const std::string& key) { return Asked(cache).range(key).policies(); }
 
   zrtest::LogCapture log;
   ZrPolicyCache cache;
 };
 
 TEST_F(Lookup, KeysAreSearchedInLowerCaseAndHostsInUpperCase) {
+  const std::string longKey(5000, 'x');
   for (const ZrEntityType kind : {ZrPolicyCache::USER, ZrPolicyCache::GROUP, ZrPolicyCache::OTHER}) {
     add(kind, "john", 1);
     add(kind, "Mary", 2);
     add(kind, "POP3_Mail_Sender", 3);
     add(kind, "pop3_mail_sender", 4);
-    EXPECT_THAT(found(kind, "JOHN"), ElementsAre(1));
-    EXPECT_THAT(found(kind, "john"), ElementsAre(1));
-    EXPECT_THAT(found(kind, "Mary"), IsEmpty());
-    EXPECT_THAT(found(kind, "POP3_Mail_Sender"), ElementsAre(3));
-    EXPECT_THAT(found(kind, "POP3_MAIL_Sender"), ElementsAre(4));
-    EXPECT_THAT(found(kind, "joh"), IsEmpty());
-    const std::string longKey(5000, 'x');
     add(kind, longKey, 5);
-    EXPECT_THAT(found(kind, std::string(5000, 'X')), ElementsAre(5));
+    const std::pair<std::string, int> cases[] = {
+        {"JOHN", 1}, {"POP3_Mail_Sender", 3}, {"POP3_MAIL_Sender", 4}, {std::string(5000, 'X'), 5}};
+    for (const auto& [key, policyId] : cases)
+      EXPECT_THAT(found(kind, key), ElementsAre(policyId));
+    EXPECT_THAT(found(kind, "Mary"), IsEmpty());
+    EXPECT_THAT(found(kind, "joh"), IsEmpty());
   }
   add(ZrPolicyCache::HOSTNAME, "Relay01", 6);
   add(ZrPolicyCache::HOSTNAME, "pop3_mail_sender", 7);
-  EXPECT_THAT(found(ZrPolicyCache::HOSTNAME, "relay01"), ElementsAre(6));
   EXPECT_THAT(found(ZrPolicyCache::HOSTNAME, "rElay01"), ElementsAre(6));
   EXPECT_THAT(found(ZrPolicyCache::HOSTNAME, "POP3_Mail_Sender"), ElementsAre(7));
   add(ZrPolicyCache::IP, "10.0.0.1", 8);
-  EXPECT_THAT(found(ZrPolicyCache::IP, "10.0.0.1"), ElementsAre(8));
-  EXPECT_THAT(found(ZrPolicyCache::IP, "0XA.1"), ElementsAre(8));
-  EXPECT_THAT(found(ZrPolicyCache::IP, "10.0.0.1 "), ElementsAre(8));
+  for (const char* key : {"10.0.0.1", "0XA.1", "10.0.0.1 "})
+    EXPECT_THAT(found(ZrPolicyCache::IP, key), ElementsAre(8));
   EXPECT_THAT(found(ZrPolicyCache::IP, "1.0.0.10"), IsEmpty());
 }
 
@@ -135,17 +131,14 @@ TEST_F(Lookup, UnboundSetTakesOneResultAndFailsAtTheNext) {
   EXPECT_EQ(thrownBy([&] { cache.lookupAllPolicy(&set); }), "char*: ZrPolicyCache::lookupAllPolicy() unknow error");
 }
 
-TEST_F(Lookup, RangesHoldTheirBoundsAndAllThatMatchAreAdded) {
+TEST_F(Lookup, RangesAreSearchedWithoutATraceAndOnlyByTheirOwnLookup) {
   add(ZrPolicyCache::IP_RANGE, "10.0.0.1 ~ 10.0.0.255", 1);
-  add(ZrPolicyCache::IP_RANGE, "10.0.0.0 ~ 10.0.1.255", 2);
-  add(ZrPolicyCache::IP_RANGE, "10.0.0.9 ~ 10.0.0.1", 3);  // holds nothing
   add(ZrPolicyCache::IP_RANGE, "10.0.0.1 ~ 10.0.0.255", 102);
   cache.m_vecIpRange.push_back(nullptr);
-  log.clear();
-  EXPECT_THAT(foundRanges("10.0.0.1"), ElementsAre(1, 2));
-  EXPECT_THAT(foundRanges("10.0.0.255"), ElementsAre(1, 2));
-  EXPECT_THAT(foundRanges("10.0.1.5"), ElementsAre(2));
-  EXPECT_THAT(foundRanges("11.0.0.5"), IsEmpty());
+  for (int reindexed = 0; reindexed < 2; ++reindexed) {
+    EXPECT_THAT(Asked(cache).range("10.0.0.255").policies(), ElementsAre(1));
+    cache.reindex();
+  }
   EXPECT_THAT(log.lines(), IsEmpty());
   EXPECT_THAT(found(ZrPolicyCache::IP_RANGE, "10.0.0.1"), IsEmpty());
   EXPECT_EQ(log.texts(4).size(), 2U);

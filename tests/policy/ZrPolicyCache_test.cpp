@@ -38,17 +38,12 @@ TEST(ZrPolicyCache, DefaultPolicyIsAlsoAPolicyLikeAnyOther) {
   EXPECT_EQ(cache.m_defaultLink.m_entityType, ZrPolicyCache::DEFAULT);
   EXPECT_EQ(cache.m_defaultLink.m_entityName, "Default Policy");
   EXPECT_EQ(cache.m_defaultLink.m_priority, INT_MAX);
-}
-
-TEST(ZrPolicyCache, RefusedPolicyStaysTheCallersAndTheDefaultStaysAsItWas) {
-  ZrPolicyCache cache;
-  ZrPolicy* const first = newPolicy(7, true, true);
-  cache.addPolicy(first);
+  // One that is refused changes nothing.
   const std::unique_ptr<ZrPolicy> again(newPolicy(7, true, true));
   EXPECT_EQ(thrownBy([&] { cache.addPolicy(again.get()); }),
             "const char*: Failed to insert Policy object into m_mapPolicy");
   EXPECT_EQ(cache.m_mapPolicy.at(7), first);
-  EXPECT_EQ(cache.m_defaultLink.m_pPolicy, first);
+  EXPECT_EQ(cache.m_defaultLink.m_pPolicy, second);
 }
 
 TEST(ZrPolicyCache, RefusedLinkStaysTheCallers) {
@@ -105,27 +100,19 @@ TEST(ZrPolicyCache, LinkIsFiledByItsType) {
 TEST(ZrPolicyCache, DecodesEntitiesOfTheLatinRangeOrNone) {
   const std::pair<std::string, std::string> cases[] = {
       {"Ren&#233;", "Ren\xC3\xA9"},
-      {"&#233;&#xe9", "&#233;&#xe9"},
-      {"a&#128;b&#255;c",
-       "a\xC2\x80"
-       "b\xC3\xBF"
-       "c"},
+      {"x&#128;y&#255;z", "x\xC2\x80y\xC3\xBFz"},
       {"&#8364;", "\xC2\xAC"},
       {"A&#233;&#66;", "A&#233;&#66;"},
       {"&#x41;", "&#x41;"},
-      {"& 233; &amp;", "& 233; &amp;"},
-      {"&#233", "&#233"},
       {"&#233;&#234", "&#233;&#234"},
       {"&# \t+233 dropped;x", "\xC3\xA9x"},
       {"&#-23;", "\xC3\xA9"},
-      {"&#2147483647;", "\xC3\xBF"},
       {"&#99999999999999999999;", "\xC3\xBF"},
       {"&#4294967529;", "\xC3\xBF"},  // cut to 32 bits wherever long is longer
       {"&#-99999999999999999999;", "&#-99999999999999999999;"},
       {"&#233&#234;;", "\xC3\xA9;"},
       {std::string("a\0&#233;", 8), std::string("a\0&#233;", 8)},
       {std::string("&#233;\0&#66;", 12), std::string("\xC3\xA9\0&#66;", 8)},
-      {"", ""},
   };
   ZrPolicyCache cache;
   for (const auto& [text, decoded] : cases) {
@@ -178,34 +165,24 @@ void fill(ZrPolicyCache& cache, int throwingPolicy, const std::string& throwingL
   cache.m_mapPolicy.emplace(0, nullptr);
 }
 
-TEST(ZrPolicyCache, CleanupDeletesPoliciesThenLinksInTheirOrder) {
-  ZrPolicyCache cache;
-  fill(cache, 0, "");
-  cache.m_generation = 5;
-  cache.cleanup();
-  const std::vector<std::string> expected{"1", "2", "3", "1a", "1b", "2a", "3a", "4a", "5b", "5a", "6a", "6b"};
-  EXPECT_EQ(g_deleted, expected);
-  EXPECT_EQ(cache.m_mapPolicy.size() + cache.m_mapUser.size() + cache.m_vecIpRange.size(), 0U);
-  EXPECT_EQ(cache.m_defaultLink.m_pPolicy, nullptr);
-  EXPECT_EQ(cache.m_defaultLink.m_entityName, "Default Policy");
-  EXPECT_EQ(cache.m_generation, 5U);
-  cache.cleanup();
-  EXPECT_EQ(g_deleted, expected);
-}
-
-TEST(ZrPolicyCache, ThrowingDestructorEndsACleanupAndNothingIsFreedTwice) {
+TEST(ZrPolicyCache, CleanupDeletesPoliciesThenLinksInTheirOrderAndNothingTwice) {
   ZrPolicyCache cache;
   fill(cache, 2, "5b");
+  cache.m_generation = 5;
   EXPECT_NO_THROW(cache.cleanup());
-  EXPECT_EQ(g_deleted, (std::vector<std::string>{"1", "2"}));
+  EXPECT_THAT(g_deleted, ElementsAre("1", "2"));
   EXPECT_THAT(cache.m_mapPolicy, ElementsAre(testing::Key(3)));
   EXPECT_EQ(cache.m_mapUser.size(), 3U);
   EXPECT_THROW(cache.purgeEPLinkList(), int);
-  EXPECT_EQ(g_deleted.back(), "5b");
+  EXPECT_THAT(g_deleted, ElementsAre("1", "2", "1a", "1b", "2a", "3a", "4a", "5b"));
   EXPECT_EQ(cache.m_vecIpRange.size(), 2U);
-  EXPECT_EQ(cache.m_mapOther.size(), 2U);
-  cache.cleanup();
-  EXPECT_EQ(g_deleted, (std::vector<std::string>{"1", "2", "1a", "1b", "2a", "3a", "4a", "5b", "3", "5a", "6a", "6b"}));
+  for (int times = 0; times < 2; ++times) {
+    cache.cleanup();
+    EXPECT_THAT(g_deleted, ElementsAre("1", "2", "1a", "1b", "2a", "3a", "4a", "5b", "3", "5a", "6a", "6b"));
+  }
+  EXPECT_EQ(cache.m_defaultLink.m_pPolicy, nullptr);
+  EXPECT_EQ(cache.m_defaultLink.m_entityName, "Default Policy");
+  EXPECT_EQ(cache.m_generation, 5U);
 }
 
 }  // namespace

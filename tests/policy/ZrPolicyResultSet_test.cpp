@@ -43,17 +43,6 @@ TEST(ZrPolicyResultSet, ResultsComeByPriorityThenInTheOrderOfAdding) {
   EXPECT_EQ(asked.set.getNextResult(), nullptr);
 }
 
-TEST(ZrPolicyResultSet, FirstResultOfAPolicyStaysWhateverThePriority) {
-  Filled filled(std::vector<int>(40, 9));
-  zrtest::Asked asked(filled.cache);
-  for (int added = 0; added < 2; ++added) {
-    filled.addTo(asked.set);
-    EXPECT_EQ(asked.links(), (std::vector<const ZrEPLink*>(filled.links.begin(), filled.links.end())));
-    for (ZrEPLink* link : filled.links)
-      link->m_priority = 9 - added;
-  }
-}
-
 TEST(ZrPolicyResultSet, ResultsOfAnotherGenerationAreOutOfReach) {
   Filled filled(std::vector<int>(30, 1));
   zrtest::Asked asked(filled.cache);
