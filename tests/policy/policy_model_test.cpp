@@ -90,14 +90,9 @@ class Model : public testing::TestWithParam<unsigned> {
   void removeByHand() {
     const std::size_t at = below(static_cast<std::uint32_t>(entries.size()));
     ZrEPLink* const link = entries[at].link;
-    const auto drop = [link](auto& map) {
-      std::erase_if(map, [link](const auto& element) { return element.second == link; });
-    };
-    drop(cache.m_mapUser);
-    drop(cache.m_mapGroup);
-    drop(cache.m_mapHostname);
-    drop(cache.m_mapOther);
-    drop(cache.m_mapIp);
+    for (auto* map : {&cache.m_mapUser, &cache.m_mapGroup, &cache.m_mapHostname, &cache.m_mapOther})
+      std::erase_if(*map, [link](const auto& element) { return element.second == link; });
+    std::erase_if(cache.m_mapIp, [link](const auto& element) { return element.second == link; });
     std::erase(cache.m_vecIpRange, link);
     entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(at));
     delete link;
