@@ -50,10 +50,10 @@ TEST_F(LookupTest, TableShowsTheResultsBestFirst) {
   const CommandResult result = lookup({"--default", "--user", "John@Example.org", "--ip", "10.0.0.7"});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.out,
-            "  PRIORITY  POLICY ID  TYPE  NAME    ENTITY TYPE  ENTITY               RULE  ACTION\n"
-            "        10          2     3  Jörg's  USER         john@example.org     drop  drop\\n\n"
+            "  PRIORITY  POLICY ID  TYPE  NAME    ENTITY TYPE  ENTITY                 RULE  ACTION\n"
+            "        10          2     3  Jörg's  USER         john@example.org       drop  drop\\n\n"
             "        20          3     3  range   IP_RANGE     10.0.0.0 ~ 10.0.0.255  hold  hold\n"
-            "2147483647          1     0  usual   DEFAULT      Default Policy       keep  keep\n");
+            "2147483647          1     0  usual   DEFAULT      Default Policy         keep  keep\n");
   EXPECT_THAT(result.err, IsEmpty());
 }
 

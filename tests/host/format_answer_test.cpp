@@ -53,9 +53,9 @@ TEST(TerminalText, WidthCountsColumnsAndNotBytes) {
 TEST(AnswerTable, ColumnsAreAlignedAsATerminalShowsThem) {
   EXPECT_EQ(
       answerTable({result(5, "J\xc3\xb6rg\n", "10.0.0.1 ~ 10.0.0.9"), result(-100, "\xe9\x83\xb5\xe4\xbb\xb6", "x")}),
-      "PRIORITY  POLICY ID  TYPE  NAME    ENTITY TYPE  ENTITY             RULE  ACTION\n"
+      "PRIORITY  POLICY ID  TYPE  NAME    ENTITY TYPE  ENTITY               RULE  ACTION\n"
       "       5         42     3  J\xc3\xb6rg\\n  IP_RANGE     10.0.0.1 ~ 10.0.0.9  r     hold\n"
-      "    -100         42     3  \xe9\x83\xb5\xe4\xbb\xb6    IP_RANGE     x                  r     hold\n");
+      "    -100         42     3  \xe9\x83\xb5\xe4\xbb\xb6    IP_RANGE     x                    r     hold\n");
 }
 
 TEST(AnswerTable, LongTextIsShownWholeAndWidensItsOwnLineOnly) {
