@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/command_context.h"
+#include "cli/config_command.h"
 #include "cli/help_format.h"
 #include "cli/init_command.h"
 #include "cli/load_command.h"
@@ -56,6 +57,7 @@ void addCommands(CLI::App& program, CommandContext& context) {
   addInitCommand(program, context);
   addLookupCommand(program, context);
   addLoadCommand(program, context);
+  addConfigCommand(program, context);
   program.set_version_flag("--version", "zrpolicy " ZR_VERSION, "Print the version and leave.");
 }
 

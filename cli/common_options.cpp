@@ -63,6 +63,10 @@ void addSettingOption(CLI::App& command, CommandContext& context, const SettingO
 void addSettingOptions(CLI::App& command, CommandContext& context) {
   for (const SettingOption& row : kSettingOptions)
     addSettingOption(command, context, row);
+  addConfigOption(command, context);
+}
+
+void addConfigOption(CLI::App& command, CommandContext& context) {
   command
       .add_option("--config", context.configFile,
                   "The configuration file with the settings that no option gives. Default: the file that "

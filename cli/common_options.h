@@ -11,6 +11,9 @@ namespace zrcli {
 // are defined (host/settings).
 void addSettingOptions(CLI::App& command, CommandContext& context);
 
+// Only --config, which is one of them.
+void addConfigOption(CLI::App& command, CommandContext& context);
+
 // Adds --strict.
 void addStrictOption(CLI::App& command, CommandContext& context);
 

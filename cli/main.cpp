@@ -24,6 +24,7 @@ int main(int argc, char** argv) {
   zrcli::secureStandardDescriptors();
   std::setlocale(LC_ALL, "C");    // what is a capital letter does not depend on who asks
   std::signal(SIGPIPE, SIG_IGN);  // a reader that has gone is an error of the write
+  std::signal(SIGXFSZ, SIG_IGN);  // and so is a file that may not grow further
   for (const int signal : {SIGHUP, SIGINT, SIGTERM})
     handle(signal);
   return zrcli::runCommandLine(argc, argv);
