@@ -91,9 +91,8 @@ class ZR_EXPORT ZrDbConnect {
   // Throws
   //   "ZrDbConnect is not ready to create connection"  state 0
   //   "DB connection string is NULL"                   `connectString` is null
-  //   "Failed to create connection."                   every attempt failed, or there was none to make
-  //   (m_reconnectTrial
-  //                                                    below 1); the environment is freed. Diagnostics are not read
+  //   "Failed to create connection."                   every attempt failed, or m_reconnectTrial is below 1 and there
+  //                                                    was none; the environment is freed. Diagnostics are not read
   //   "Failed to allocate ODBC HDBC handle."           logged; not tried again; the environment is freed
   //   "Failed to alloacte HSTMT handle"                logged as "ZrDbConnect::connect(), failed to alloacte HSTMT
   //                                                    handle"; the connection stays open until disconnect
@@ -177,7 +176,8 @@ class ZR_EXPORT ZrDbConnect {
   //
   // Returns 0 when a row has been fetched (state 5) and 1 when there is none left: the values of the last row stay.
   //
-  // Throws; the state stays as it was, and values from the failing column on may be partial or old
+  // Throws, also std::bad_alloc when there is no memory for a value; the state stays as it was, and values from the
+  // failing column on may be partial or old
   //   "Column information is not ready."  below state 4; logged
   //   "Failed to fetch next row."         logged
   //   "Failed to fetch char data"         logged as "ZrDbConnect::fetchNextRow(), failed to fetch char data"

@@ -82,6 +82,8 @@ void fileColumn(ZrDbConnect& connect, std::unique_ptr<ZrDbColumn> column) {
 void describeColumns(ZrDbConnect& connect) {
   ColumnName name = {};
   try {
+    // Here, where it has a text of its own to fail with, and not at the first row.
+    connect.m_vecColumnByNo.reserve(static_cast<std::size_t>(std::max(connect.m_columnCount, 0)));
     for (int number = 1; number <= connect.m_columnCount; ++number)
       fileColumn(connect, describeColumn(connect, number, name));
   } catch (const std::bad_alloc&) {

@@ -40,12 +40,14 @@ struct Path {
 
 Path pathOf(const std::string& folder, const char* name) {
   Path path;
-  const bool ownPath = std::strpbrk(name, "/\\") != nullptr;
-  if (path.set(ownPath ? "" : folder.c_str(), name)) return path;
+  if (std::strpbrk(name, "/\\") == nullptr) {
+    if (path.set(folder.c_str(), name)) return path;
+    thread_local zr::ThrownText<kMessageSize> text;
+    throw text.format("ZrSqlLoader::loadSQL(), the path + file name exceeds buffer size, %s", name);
+  }
+  if (path.set("", name)) return path;
   thread_local zr::ThrownText<kMessageSize> text;
-  throw text.format(ownPath ? "ZrSqlLoader::loadSQL(), the file name exceeds buffer size, %s"
-                            : "ZrSqlLoader::loadSQL(), the path + file name exceeds buffer size, %s",
-                    name);
+  throw text.format("ZrSqlLoader::loadSQL(), the file name exceeds buffer size, %s", name);
 }
 
 std::string joinLines(std::ifstream& file) {
