@@ -9,7 +9,8 @@
 namespace {
 
 using testing::ElementsAre;
-using zrtest::odbc;
+using zrtest::failing;
+using zrtest::script;
 using zrtest::thrown;
 
 constexpr const char* kNoMemory = "Failed to allocate ZrDbConnect instance.";
@@ -17,13 +18,13 @@ constexpr const char* kNoMemory = "Failed to allocate ZrDbConnect instance.";
 class ScriptedPool : public testing::Test {
  protected:
   ScriptedPool() {
-    zrtest::startScript();
+    script = {};
     pool->setDbReconnectTrial(1);
   }
   ~ScriptedPool() override {
     pool.reset();
-    EXPECT_TRUE(odbc().handles.empty());
-    EXPECT_EQ(odbc().wrongFrees, 0);
+    EXPECT_TRUE(script.handles.empty());
+    EXPECT_EQ(script.wrongFrees, 0);
   }
   std::string init(int size) {
     return thrown([&] { pool->init("", size, "source", "user", "word"); });
@@ -58,12 +59,12 @@ TEST_F(ScriptedPool, ConnectionsAreLentInTheOrderOfTheirReturn) {
 }
 
 TEST_F(ScriptedPool, PoolThatCannotBeBuiltIsEmpty) {
-  odbc().faults = {{"Connect", {3, SQL_ERROR}}};
+  script.faults = {{"Connect", {3, SQL_ERROR}}};
   EXPECT_EQ(init(3), "Failed to create connection.");
-  EXPECT_TRUE(odbc().handles.empty());
-  zrtest::failAllocations(sizeof(ZrDbConnect), 3);  // an object and its buffer, and the next object
+  EXPECT_TRUE(script.handles.empty());
+  failing = {sizeof(ZrDbConnect), 3};  // an object and its buffer, and the next object
   EXPECT_EQ(init(3), kNoMemory);
-  zrtest::failAllocations(0);
+  failing = {};
   EXPECT_TRUE(pool->m_vecConnect.empty());
   EXPECT_EQ(thrown([&] { pool->getConnect(); }), "Connection pool is not ready.");
   EXPECT_THAT(log.texts(1), ElementsAre(kNoMemory, "Connection pool is not ready."));
@@ -79,19 +80,19 @@ TEST_F(ScriptedPool, BrokenConnectionStaysUntilItsReplacementConnects) {
     return pool->getConnect();
   };
   pool->returnConnect(broken);
-  odbc().faults = {{"Connect", {1, SQL_ERROR}}};
+  script.faults = {{"Connect", {1, SQL_ERROR}}};
   EXPECT_EQ(thrown(lendTheBroken), "Failed to create connection.");
   EXPECT_EQ(pool->m_deqIdleConnect.back(), broken);
-  zrtest::failAllocations(sizeof(ZrDbConnect));
+  failing = {sizeof(ZrDbConnect)};
   EXPECT_EQ(thrown(lendTheBroken), kNoMemory);
-  zrtest::failAllocations(0);
+  failing = {};
   EXPECT_EQ(pool->m_deqIdleConnect.back(), broken);
   EXPECT_THAT(log.texts(1), ElementsAre());
   ZrDbConnect* replacement = lendTheBroken();
   EXPECT_EQ(replacement->getState(), 2);
   EXPECT_EQ(replacement->getConnID(), 1);
   EXPECT_EQ(pool->m_vecConnect.front(), replacement);
-  EXPECT_EQ(odbc().handles.size(), 6U);
+  EXPECT_EQ(script.handles.size(), 6U);
 }
 
 }  // namespace

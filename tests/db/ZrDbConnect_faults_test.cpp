@@ -10,20 +10,19 @@
 
 namespace {
 
+using testing::_;
 using testing::ElementsAre;
-using zrtest::odbc;
+using zrtest::failing;
+using zrtest::script;
 using zrtest::thrown;
-
-constexpr const char* kTooMany =
-    "ZrDbConnect::getError(), the number of diag errors is greater then 10, might be something wrong.";
 
 class ScriptedConnection : public testing::Test {
  protected:
-  ScriptedConnection() { zrtest::startScript(); }
+  ScriptedConnection() { script = {}; }
   ~ScriptedConnection() override {
     connect.reset();
-    EXPECT_TRUE(odbc().handles.empty()) << "a handle was lost";
-    EXPECT_EQ(odbc().wrongFrees, 0);
+    EXPECT_TRUE(script.handles.empty()) << "a handle was lost";
+    EXPECT_EQ(script.wrongFrees, 0);
   }
   std::string open() {
     return thrown([&] { connect->connect("", "source", "user", "word"); });
@@ -39,21 +38,17 @@ class ScriptedConnection : public testing::Test {
 
 TEST_F(ScriptedConnection, ConnectingAndDisconnectingMakeTheirCallsInOrder) {
   ASSERT_EQ(open(), "");
-  EXPECT_THAT(odbc().calls, ElementsAre("AllocHandle1", "SetEnvAttr 200 3 0", "AllocHandle2", "SetConnectOption 103 30",
+  EXPECT_THAT(script.calls, ElementsAre("AllocHandle1", "SetEnvAttr 200 3 0", "AllocHandle2", "SetConnectOption 103 30",
                                         "Connect source user word -3 -3 -3", "AllocHandle3", "GetInfo 17 256"));
   EXPECT_EQ(connect->m_state, 2);
-  EXPECT_THAT(log.texts(4), ElementsAre("ZrDbConnect::connect() ...\n"));
-  odbc().calls.clear();
+  script.calls.clear();
   connect->disconnect();
   connect->disconnect();
-  EXPECT_THAT(odbc().calls, ElementsAre("FreeHandle3", "Disconnect", "FreeHandle2", "FreeHandle1"));
+  EXPECT_THAT(script.calls, ElementsAre("FreeHandle3", "Disconnect", "FreeHandle2", "FreeHandle1"));
   EXPECT_EQ(connect->m_state, 1);
-}
-
-TEST_F(ScriptedConnection, OnlyMicrosoftServersAreOfKind0) {
   for (const auto& [name, kind] :
        {std::pair{"postgresql", 1}, {"Microsoft SQL Server", 0}, {"MySQL", 1}, {"microsoft Postgres", 1}}) {
-    odbc().dbms = name;
+    script.dbms = name;
     EXPECT_EQ(open(), "");  // on a connected object: the old handles must not be lost
     EXPECT_EQ(connect->m_dbmsType, kind) << name;
   }
@@ -64,28 +59,27 @@ TEST_F(ScriptedConnection, EveryFailureOfConnectingHasItsTextAndFreesWhatItShoul
     const char* call;
     SQLRETURN code;
     const char* thrown;
-    const char* logged;  // without diagnostics
+    std::string logged;
     std::size_t handlesLeft;
   };
-  odbc().diagnostics = {"no luck"};
+  const std::string why = " - no luck [State:HY000][NativeErr:7]";
+  script.diagnostics = {"no luck"};
   for (const Case& c :
        {Case{"AllocHandle1", SQL_ERROR, "Failed to allocate ODBC HENV.", "Failed to allocate ODBC HENV.", 0},
-        {"SetEnvAttr", SQL_ERROR, "Failed to allocate ODBC env attr.", "Failed to allocate ODBC env attr.", 1},
-        {"AllocHandle2", SQL_NO_DATA, "Failed to allocate ODBC HDBC handle.", "Failed to allocate ODBC HDBC handle.",
-         0},
+        {"SetEnvAttr", SQL_ERROR, "Failed to allocate ODBC env attr.", "Failed to allocate ODBC env attr." + why, 1},
+        {"AllocHandle2", SQL_NO_DATA, "Failed to allocate ODBC HDBC handle.",
+         "Failed to allocate ODBC HDBC handle." + why, 0},
         {"AllocHandle3", SQL_ERROR, "Failed to alloacte HSTMT handle",
-         "ZrDbConnect::connect(), failed to alloacte HSTMT handle", 2},
+         "ZrDbConnect::connect(), failed to alloacte HSTMT handle" + why, 2},
         {"GetInfo", SQL_SUCCESS_WITH_INFO, "Failed to retrieve DBMS information",
-         "ZrDbConnect::connect, failed to retrieve DBMS information", 2}}) {
+         "ZrDbConnect::connect, failed to retrieve DBMS information" + why, 2}}) {
     SCOPED_TRACE(c.call);
     log.clear();
-    odbc().faults = {{c.call, {1, c.code}}};
+    script.faults = {{c.call, {1, c.code}}};
     EXPECT_EQ(open(), c.thrown);
-    const bool hasHandle = std::string(c.call) != "AllocHandle1";
-    EXPECT_THAT(log.texts(1),
-                ElementsAre(c.logged + std::string(hasHandle ? " - no luck [State:HY000][NativeErr:7]" : "")));
+    EXPECT_THAT(log.texts(1), ElementsAre(c.logged));
     EXPECT_EQ(connect->m_state, 1);
-    EXPECT_EQ(odbc().handles.size(), c.handlesLeft);
+    EXPECT_EQ(script.handles.size(), c.handlesLeft);
     connect->disconnect();
     EXPECT_EQ(open(), "");  // and the next attempt works
     connect->disconnect();
@@ -94,40 +88,34 @@ TEST_F(ScriptedConnection, EveryFailureOfConnectingHasItsTextAndFreesWhatItShoul
 
 TEST_F(ScriptedConnection, EachFailedAttemptIsFollowedByASleepTheLastToo) {
   connect->setDbRetrialTimeOut(7);
-  connect->setDbReconnectTrial(3);
   connect->setDbConnectTimeOut(4);
-  odbc().faults = {{"Connect", {2, SQL_ERROR}}};
-  ASSERT_EQ(open(), "");  // the first attempt
-  for (const auto& [trials, sleeps] : {std::pair{1, 1}, {0, 0}, {-1, 0}}) {
+  for (const auto& [trials, attempts] : {std::pair{3, 2}, {1, 1}, {0, 0}, {-1, 0}}) {
+    const bool works = attempts == 2;  // the second attempt does, where there is one
     connect->setDbReconnectTrial(trials);
-    odbc().faults = {{"Connect", {1, SQL_NO_DATA}}};
-    odbc().calls.clear();
-    log.clear();
-    EXPECT_EQ(open(), "Failed to create connection.");
-    EXPECT_EQ(odbc().count("sleep 7"), sleeps);
-    EXPECT_TRUE(odbc().handles.empty());
-    EXPECT_EQ(connect->m_henv, nullptr);
-    EXPECT_THAT(log.texts(1), ElementsAre());
+    connect->disconnect();
+    script.calls.clear();
+    script.faults = {{"Connect", {1, SQL_NO_DATA}}};
+    EXPECT_EQ(open(), works ? "" : "Failed to create connection.");
+    EXPECT_EQ(script.count("AllocHandle2"), attempts);
+    EXPECT_EQ(script.count("SetConnectOption 103 4"), attempts);
+    EXPECT_EQ(script.count("sleep 7"), works ? 1 : attempts);
+    EXPECT_EQ(script.handles.size(), works ? 3U : 0U);
+    EXPECT_EQ(connect->m_henv == nullptr, !works);
   }
-  connect->setDbReconnectTrial(3);
-  odbc().faults = {{"Connect", {1, SQL_ERROR}}};
-  odbc().calls.clear();
-  EXPECT_EQ(open(), "");  // the second attempt, on a handle of its own
-  EXPECT_EQ(odbc().count("AllocHandle2"), 2);
-  EXPECT_EQ(odbc().count("SetConnectOption 103 4"), 2);
+  EXPECT_THAT(log.texts(1), ElementsAre());
 }
 
 TEST_F(ScriptedConnection, ExceptionWhileDisconnectingIsLoggedAndDropped) {
   ASSERT_EQ(open(), "");
-  odbc().throwsIn = "Disconnect";
+  script.throwsIn = "Disconnect";
   connect->disconnect();
   EXPECT_EQ(connect->m_state, 1);
   EXPECT_THAT(log.texts(1), ElementsAre("ZrDbConnect::disconnect(), failed to cleanup db resource"));
-  odbc().throwsIn.clear();
+  script.throwsIn.clear();
 }
 
 TEST_F(ScriptedConnection, DiagnosticsAreJoinedAndCut) {
-  odbc().diagnostics = {"one", "two"};
+  script.diagnostics = {"one", "two"};
   char buffer[100];
   connect->getError(SQL_HANDLE_STMT, nullptr, buffer, sizeof buffer);
   EXPECT_STREQ(buffer, "- one [State:HY000][NativeErr:7]- two [State:HY000][NativeErr:7]");
@@ -136,11 +124,13 @@ TEST_F(ScriptedConnection, DiagnosticsAreJoinedAndCut) {
   connect->getError(SQL_HANDLE_STMT, nullptr, buffer, 0);
   connect->getError(SQL_HANDLE_STMT, nullptr, nullptr, 20);
   EXPECT_STREQ(buffer, "- one [State:HY000]");
-  odbc().diagnostics.assign(12, "x");
+  script.diagnostics.assign(12, "x");
   char large[1000];
   connect->getError(SQL_HANDLE_STMT, nullptr, large, sizeof large);
   EXPECT_EQ(std::string(large).size(), 11 * std::string("- x [State:HY000][NativeErr:7]").size());
-  EXPECT_THAT(log.texts(1), ElementsAre(kTooMany));
+  EXPECT_THAT(
+      log.texts(1),
+      ElementsAre("ZrDbConnect::getError(), the number of diag errors is greater then 10, might be something wrong."));
 }
 
 TEST_F(ScriptedConnection, OperationsAskForTheirStateAndTheBrokenOnePasses) {
@@ -155,10 +145,10 @@ TEST_F(ScriptedConnection, OperationsAskForTheirStateAndTheBrokenOnePasses) {
   EXPECT_EQ(thrown([&] { connect->getColValInt(nullptr); }), "NULL szColName parameter");
   EXPECT_THAT(log.texts(1),
               ElementsAre("No SQL has been executed.", "Column information is not ready.", "The data is not ready"));
-  odbc().results = {{{{"a", SQL_VARCHAR, {{"1", 1, SQL_SUCCESS}}}}, 2}};
+  script.results = {{{{"a", SQL_VARCHAR, {{"1", 1, SQL_SUCCESS}}}}, 2}};
   ASSERT_EQ(run("good"), "");
   ASSERT_EQ(connect->fetchNextRow(), 0);
-  odbc().faults = {{"ExecDirect", {1, SQL_STILL_EXECUTING}}};
+  script.faults = {{"ExecDirect", {1, SQL_STILL_EXECUTING}}};
   EXPECT_EQ(run("bad"), "Failed to execute SQL");
   EXPECT_EQ(connect->m_state, 6);
   EXPECT_STREQ(connect->getColVal("A"), "1");  // of the statement before
@@ -168,35 +158,34 @@ TEST_F(ScriptedConnection, OperationsAskForTheirStateAndTheBrokenOnePasses) {
 TEST_F(ScriptedConnection, EveryFailureOfAStatementHasItsTextAndState) {
   struct Case {
     const char* call;
-    SQLRETURN code;
-    const char* thrown;
-    const char* logged;
+    int which;
+    std::string thrown;
+    std::string logged;
     int state;
   };
+  const std::string operation = "ZrDbConnect::executeSQL(), ";
+  ASSERT_EQ(open(), "");
+  const zrtest::TempFolder folder;
+  folder.write("data", "Man");
+  script.diagnostics = {"why"};
   for (const Case& c :
-       {Case{"BindParameter", SQL_ERROR, "ZrDbConnect::executeSQL(), failed to bind parameter",
-             "ZrDbConnect::executeSQL(), failed to bind parameter", 6},
-        {"ExecDirect", SQL_ERROR, "Failed to execute SQL", "Failed to execute SQL::a ? b", 6},
-        {"PutData", SQL_ERROR, "Failed on SQLPutData", "ZrDbConnect::executeSQL(), failed on SQLPutData", 6},
-        {"ParamData", SQL_NO_DATA, "ZrDbConnect::executeSQL(), failed on SQLParamData",
-         "ZrDbConnect::executeSQL(), failed on SQLParamData", 6},
-        {"NumResultCols", SQL_ERROR, "Failed to get column count.", "Failed to get column count...", 2},
-        {"RowCount", SQL_ERROR, "Failed to get raw count.", "Failed to get raw count...", 2},
-        {"DescribeCol", SQL_ERROR, "Failed to get columns information",
-         "Failed to get columns information, column [2].", 2}}) {
+       {Case{"BindParameter", 1, operation + "failed to bind parameter", operation + "failed to bind parameter", 6},
+        {"ExecDirect", 1, "Failed to execute SQL", "Failed to execute SQL::a ? b", 6},
+        {"PutData", 1, "Failed on SQLPutData", operation + "failed on SQLPutData", 6},
+        {"ParamData", 2, operation + "failed on SQLParamData", operation + "failed on SQLParamData", 6},
+        {"NumResultCols", 1, "Failed to get column count.", "Failed to get column count...", 2},
+        {"RowCount", 1, "Failed to get raw count.", "Failed to get raw count...", 2},
+        {"DescribeCol", 2, "Failed to get columns information", "Failed to get columns information, column [2].", 2}}) {
     SCOPED_TRACE(c.call);
-    ASSERT_EQ(open(), "");
-    const zrtest::TempFolder folder;
-    std::ifstream stream(folder.write("data", "Man"));
+    std::ifstream stream(folder.file("data"));
     log.clear();
-    odbc().diagnostics = {"why"};
-    odbc().results = {{{{"a"}, {"b"}}}};
-    odbc().faults = {{c.call, {std::string(c.call) == "DescribeCol" ? 2 : 1, c.code}}};
+    script.results = {{{{"a"}, {"b"}}}};
+    script.faults = {{c.call, {c.which, c.which == 1 ? SQL_ERROR : SQL_NO_DATA}}};
     EXPECT_EQ(thrown([&] { connect->executeSQL("a ? b", ZrDbConnect::SQLTYPE_ANSI, &stream); }), c.thrown);
-    EXPECT_THAT(log.texts(1), ElementsAre(std::string(c.logged) + " - why [State:HY000][NativeErr:7]"));
+    EXPECT_THAT(log.texts(1), ElementsAre(c.logged + " - why [State:HY000][NativeErr:7]"));
     EXPECT_EQ(connect->m_state, c.state);
-    EXPECT_TRUE(connect->m_mapColumn.empty());
-    odbc().results = {{{{"a"}}}};
+    EXPECT_TRUE(c.state == 6 || connect->m_mapColumn.empty());
+    script.results = {{{{"a"}}}};
     EXPECT_EQ(run("next"), "");
     EXPECT_EQ(connect->m_state, 4);
   }
@@ -207,26 +196,26 @@ TEST_F(ScriptedConnection, StreamsAreSentAsBase64InChunksWhereTheyHaveData) {
   const zrtest::TempFolder folder;
   std::ifstream large(folder.write("large", "Man" + std::string(149997, 'x')), std::ios::binary);
   std::ifstream empty(folder.write("empty", "")), missing(folder.file("missing")), small(folder.file("large"));
+  const std::ifstream* null = nullptr;
   small.seekg(149999);
-  odbc().calls.clear();
-  connect->executeSQL("insert ?, '''?', ?, ?, ?, ?", ZrDbConnect::SQLTYPE_ANSI, &large, &empty,
-                      static_cast<const std::ifstream*>(nullptr), &missing, &small);
-  EXPECT_THAT(odbc().put, ElementsAre(87384, 87384, 25240, 4));
-  EXPECT_EQ(odbc().firstPut.substr(0, 8), "TWFueHh4");
-  odbc().calls.resize(4);
-  EXPECT_THAT(odbc().calls, ElementsAre("FreeStmt 0", "FreeStmt 3", "BindParameter 1 1 -2 -1 2147483646 0 1 0 -100",
-                                        "BindParameter 2 1 -2 -1 2147483646 0 2 0 -100"));
+  script.calls.clear();
+  connect->executeSQL("'''?', ?, ?, ?, ?, ?", ZrDbConnect::SQLTYPE_ANSI, &large, &empty, null, &missing, &small);
+  script.calls.resize(18);
+  EXPECT_THAT(script.calls, ElementsAre("FreeStmt 0", "FreeStmt 3", "BindParameter 1 1 -2 -1 2147483646 0 1 0 -100",
+                                        "BindParameter 2 1 -2 -1 2147483646 0 2 0 -100", _, _, _, _, "ParamData",
+                                        "PutData TWFu 87384", "PutData eHh4 87384", "PutData eHh4 25240", "ParamData",
+                                        "ParamData", "ParamData", "ParamData", "PutData eA== 4", "ParamData"));
 }
 
 TEST_F(ScriptedConnection, WideStatementArrivesAsUtf16OrNotAtAll) {
   ASSERT_EQ(open(), "");
   EXPECT_EQ(run("\xC3\xA9\xF0\x9F\x98\x80", ZrDbConnect::SQLTYPE_UNICODE), "");
-  EXPECT_EQ(odbc().count("ExecDirectW 233 55357 56832 -3"), 1);
+  EXPECT_EQ(script.count("ExecDirectW 233 55357 56832 -3"), 1);
   const std::string text(100000, 'x');
-  zrtest::failAllocations(2 * text.size());
+  failing = {2 * text.size()};
   EXPECT_EQ(run(text.c_str(), ZrDbConnect::SQLTYPE_UNICODE),
             "ZrDbConnect::executeSQL(), failed to allocate memory for UTF-8 to UTF-16 conversion");
-  zrtest::failAllocations(0);
+  failing = {};
   std::swap(converter, connect->m_pConverter);
   EXPECT_EQ(run("x", ZrDbConnect::SQLTYPE_UNICODE), "ZrDbConnect::executeSQL(), failed to convert UTF-8 to UTF-16");
   std::swap(converter, connect->m_pConverter);
@@ -239,7 +228,7 @@ TEST_F(ScriptedConnection, WideStatementArrivesAsUtf16OrNotAtAll) {
 
 TEST_F(ScriptedConnection, ResultSetsFollowOneAnotherOverThoseWithoutColumns) {
   ASSERT_EQ(open(), "");
-  odbc().results = {{{}, 0, 3}, {{{"a"}}, 1, 5}, {{}, 0, 2}, {{{"b"}}, 1, 6}, {{}, 0, 8}};
+  script.results = {{{}, 0, 3}, {{{"a"}}, 1, 5}, {{}, 0, 2}, {{{"b"}}, 1, 6}, {{}, 0, 8}};
   ASSERT_EQ(run("many"), "");
   EXPECT_EQ(connect->m_resultSetNo, 2);
   EXPECT_EQ(connect->m_mapColumn.count("A"), 1U);
@@ -249,7 +238,7 @@ TEST_F(ScriptedConnection, ResultSetsFollowOneAnotherOverThoseWithoutColumns) {
   EXPECT_EQ(connect->getRowCount(), 6);
   EXPECT_EQ(connect->fetchNextResultSet(), 0);  // only one without columns is left
   EXPECT_EQ(connect->m_columnCount, 0);
-  odbc().faults = {{"RowCount", {1, SQL_ERROR}}};
+  script.faults = {{"RowCount", {1, SQL_ERROR}}};
   EXPECT_EQ(connect->getRowCount(), 8);  // no longer told by the driver
   const int number = connect->m_resultSetNo;
   EXPECT_EQ(connect->fetchNextResultSet(), 1);
@@ -259,12 +248,12 @@ TEST_F(ScriptedConnection, ResultSetsFollowOneAnotherOverThoseWithoutColumns) {
 
 TEST_F(ScriptedConnection, ColumnThatCannotBeKeptLeavesNone) {
   ASSERT_EQ(open(), "");
-  odbc().results = {{{{"x"}, {"X"}}}};
+  script.results = {{{{"x"}, {"X"}}}};
   EXPECT_EQ(run("twice"), "Failed to insert column object into map");
   EXPECT_TRUE(connect->m_mapColumn.empty());
-  zrtest::failAllocations(sizeof(ZrDbColumn), 1);
+  failing = {sizeof(ZrDbColumn), 1};
   EXPECT_EQ(run("much"), "Failed to allocate ZrDbColumn object.");
-  zrtest::failAllocations(0);
+  failing = {};
   EXPECT_TRUE(connect->m_mapColumn.empty());
   EXPECT_EQ(connect->m_state, 2);
   EXPECT_THAT(log.texts(1), ElementsAre("Failed to insert column object into map, column [X].",

@@ -9,9 +9,10 @@
 namespace {
 
 using testing::ElementsAre;
+using zrtest::failing;
 using zrtest::kKeep;
-using zrtest::odbc;
 using zrtest::Piece;
+using zrtest::script;
 using zrtest::thrown;
 
 std::string units(const std::u16string& text) {
@@ -22,16 +23,14 @@ std::string units(const std::u16string& text) {
 class ScriptedRow : public testing::Test {
  protected:
   ScriptedRow() {
-    zrtest::startScript();
+    script = {};
     connect.connect("", "", "", "");
   }
   // The value of a column of one row; or what reading it throws.
   std::string read(SQLSMALLINT type, std::vector<Piece> pieces) {
-    odbc().results = {{{{"before", SQL_VARCHAR, {{"stale, and longer", SQL_NO_TOTAL, SQL_SUCCESS}}},
-                        {"value", type, std::move(pieces)},
-                        {"other", type, {}}},
+    script.results = {{{{"before", SQL_VARCHAR, {{"stale, and longer", SQL_NO_TOTAL, SQL_SUCCESS}}},
+                        {"value", type, std::move(pieces)}},
                        1}};
-    odbc().results[0].columns.pop_back();
     connect.executeSQL("select", ZrDbConnect::SQLTYPE_ANSI);
     const std::string text = thrown([&] { connect.fetchNextRow(); });
     return text.empty() ? connect.getColVal("VALUE") : text;
@@ -69,17 +68,17 @@ TEST_F(ScriptedRow, WideTextIsJoinedAndBecomesUtf8) {
             "Failed to fetch char data"}})
     for (const SQLSMALLINT type : {SQL_WCHAR, SQL_WVARCHAR, SQL_WLONGVARCHAR})
       EXPECT_EQ(read(type, c.pieces), c.text) << c.what;
-  EXPECT_GT(odbc().count("GetData 2 -8 131072"), 0);
+  EXPECT_GT(script.count("GetData 2 -8 131072"), 0);
 }
 
 TEST_F(ScriptedRow, WideTextThatCannotBeConvertedIsReported) {
   const std::vector<Piece> pieces = {{units(std::u16string(60000, u'x')), 120000, SQL_SUCCESS}};
   UConverter* converter = connect.m_pConverter;
   for (const int skip : {0, 1}) {
-    zrtest::failAllocations(100000, skip);
+    failing = {100000, skip};
     EXPECT_EQ(read(SQL_WVARCHAR, pieces), "Failed to convert UTF-16 data to UTF-8.");
   }
-  zrtest::failAllocations(0);
+  failing = {};
   connect.m_pConverter = nullptr;
   EXPECT_EQ(read(SQL_WVARCHAR, pieces), "Failed to convert UTF-16 data to UTF-8.");
   connect.m_pConverter = converter;
@@ -109,11 +108,11 @@ TEST_F(ScriptedRow, TextIsJoinedAsTheDriverGivesIt) {
                           {{full + '\0', SQL_NO_TOTAL, SQL_SUCCESS_WITH_INFO}},
                           "Failed to fetch char data"}})
     EXPECT_EQ(read(SQL_DECIMAL, c.pieces), c.text) << c.what;
-  EXPECT_GT(odbc().count("GetData 2 1 65536"), 0);
+  EXPECT_GT(script.count("GetData 2 1 65536"), 0);
 }
 
 TEST_F(ScriptedRow, FailedFetchIsNoEndOfRows) {
-  odbc().faults = {{"Fetch", {1, SQL_ERROR}}};
+  script.faults = {{"Fetch", {1, SQL_ERROR}}};
   EXPECT_EQ(read(SQL_VARCHAR, {}), "Failed to fetch next row.");
   EXPECT_EQ(connect.m_state, 4);
 }
@@ -122,11 +121,11 @@ TEST_F(ScriptedRow, ColumnsThatTheHostTookAwayAreMissed) {
   read(SQL_VARCHAR, {{"1", 1, SQL_SUCCESS}});
   delete connect.m_mapColumn.at("before");
   connect.m_mapColumn["before"] = nullptr;
-  odbc().fetched = 0;
+  script.fetched = 0;
   EXPECT_EQ(thrown([&] { connect.fetchNextRow(); }), "Failed to retrieve ZrDbColumn object from map list.");
   EXPECT_EQ(thrown([&] { connect.getColVal("before"); }), "Can not find data\n");
   connect.m_mapColumn.erase("before");
-  odbc().fetched = 0;
+  script.fetched = 0;
   EXPECT_EQ(thrown([&] { connect.fetchNextRow(); }), "Could not found matched ZrDbColumn object");
   EXPECT_THAT(log.texts(1), ElementsAre("Failed to retrieve ZrDbColumn object from map list.",
                                         "ZrDbConnect::getColVal() Can not find data column name isbefore\n",

@@ -38,8 +38,6 @@ struct ScriptedOdbc {
   std::string throwsIn;                                     // a call that throws a C++ exception
 
   std::vector<std::string> calls;
-  std::vector<SQLLEN> put;  // lengths handed to SQLPutData
-  std::string firstPut;
   std::set<SQLHANDLE> handles;  // allocated and not freed
   int wrongFrees = 0;
   std::size_t parameters = 0, asked = 0, result = 0;
@@ -52,10 +50,13 @@ struct ScriptedOdbc {
   Result& current() { return results.at(result); }
 };
 
-ScriptedOdbc& odbc();
-void startScript();
+inline ScriptedOdbc script;
 
-// Makes the library's own allocations of at least this many bytes fail, but for the first `skip` of them. 0 ends that.
-void failAllocations(std::size_t atLeast, int skip = 0);
+// The library's own allocations of at least `atLeast` bytes fail, but for the first `skip` of them; 0 ends that.
+struct FailingAllocations {
+  std::size_t atLeast = 0;
+  int skip = 0;
+};
+inline FailingAllocations failing;
 
 }  // namespace zrtest

@@ -1,0 +1,150 @@
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "common/log_capture.h"
+#include "common/odbc_entries.h"
+#include "common/postgres_server.h"
+#include "db/ZrDataAccess.h"
+#include "db/thrown.h"
+#include "support/base64.h"
+
+namespace {
+
+using zrtest::PostgresServer;
+using zrtest::thrown;
+
+enum class Kind { kSqlite, kPostgres };
+
+// A pool of two connections to a new database of the real thing, one of them lent.
+class Database : public testing::TestWithParam<Kind> {
+ protected:
+  void SetUp() override { open(GetParam()); }
+  void open(Kind kind) {
+    if (kind == Kind::kSqlite) {
+      entries.addSqlite(source);
+    } else {
+      if (!PostgresServer::installed()) GTEST_SKIP() << "no PostgreSQL server on this machine";
+      entries.addPostgres(source, PostgresServer::shared().socketFolder(), PostgresServer::shared().createDatabase());
+    }
+    pool.setDbReconnectTrial(1);
+    pool.setDbRetrialTimeOut(0);
+    pool.init("", 2, source.c_str(), PostgresServer::kUser, "");
+    connect = pool.getConnect();
+  }
+  std::string run(const std::string& sql, ZrDbConnect::SQL_TYPE type = ZrDbConnect::SQLTYPE_ANSI) {
+    return thrown([&] { connect->executeSQL(sql.c_str(), type); });
+  }
+
+  zrtest::LogCapture log;
+  zrtest::OdbcEntries entries;
+  const std::string source = zrtest::OdbcEntries::freshName();
+  ZrDataAccess pool;
+  ZrDbConnect* connect = nullptr;
+};
+
+TEST_P(Database, ValuesOfAnyKindAndLengthComeBackWhole) {
+  const std::string large(200000, 'y');
+  const bool sqlite = GetParam() == Kind::kSqlite;
+  ASSERT_EQ(run(std::string("CREATE TABLE t (n INTEGER, s TEXT, big BIGINT, b ") + (sqlite ? "BLOB)" : "BYTEA)")), "");
+  const std::string bytes = sqlite ? "x'00ff'" : "'\\x00ff'";
+  ASSERT_EQ(run("INSERT INTO t VALUES (1, '" + large + "', 9000000000, " + bytes + "), (NULL, NULL, NULL, NULL)"), "");
+  EXPECT_EQ(connect->getRowCount(), 2);
+  EXPECT_EQ(connect->fetchNextRow(), 1);
+  ASSERT_EQ(run("SELECT n, s, big, b, 'x' AS after FROM t"), "");
+  ASSERT_EQ(connect->fetchNextRow(), 0);
+  EXPECT_EQ(connect->getColValInt("N"), 1);
+  EXPECT_EQ(connect->getColVal("s"), large);
+  EXPECT_EQ(connect->getColValLongLong("big"), 9000000000LL);
+  EXPECT_STREQ(connect->getColVal("b"), "BINARY DATA");
+  ASSERT_EQ(connect->fetchNextRow(), 0);
+  for (const char* name : {"n", "s", "big"})
+    EXPECT_STREQ(connect->getColVal(name), "");
+  EXPECT_EQ(connect->fetchNextRow(), 1);
+  EXPECT_STREQ(connect->getColVal("after"), "x");  // the last row stays
+  EXPECT_EQ(connect->fetchNextResultSet(), 1);
+}
+
+TEST_P(Database, FailedStatementIsLoggedWithItsReasonAndItsConnectionReplaced) {
+  log.clear();
+  EXPECT_EQ(run("SELECT * FROM nowhere"), "Failed to execute SQL");
+  EXPECT_THAT(log.texts(1), testing::ElementsAre(
+                                testing::AllOf(testing::StartsWith("Failed to execute SQL::SELECT * FROM nowhere - "),
+                                               testing::HasSubstr("nowhere"), testing::HasSubstr("[NativeErr:"))));
+  EXPECT_EQ(run("SELECT 1"), "");
+  EXPECT_EQ(run("nonsense"), "Failed to execute SQL");
+  ZrDbConnect* other = pool.getConnect();
+  pool.returnConnect(connect);
+  connect = pool.getConnect();
+  EXPECT_EQ(pool.m_vecConnect, (std::vector<ZrDbConnect*>{connect, other}));
+  EXPECT_EQ(run("SELECT 1"), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Real, Database, testing::Values(Kind::kSqlite, Kind::kPostgres));
+
+class Postgres : public Database {
+ protected:
+  void SetUp() override { open(Kind::kPostgres); }
+};
+
+TEST_F(Postgres, StreamsAreStoredAsBase64) {
+  std::string bytes;
+  for (int i = 0; i < 150000; ++i)
+    bytes += static_cast<char>(i * 7 + i / 256);
+  std::ifstream large(entries.folder().write("large", bytes), std::ios::binary);
+  std::ifstream small(entries.folder().write("small", "Man"), std::ios::binary);
+  ASSERT_EQ(run("CREATE TABLE t (n int, large text, small text)"), "");
+  connect->executeSQL("INSERT INTO t VALUES (1, ?, ?)", ZrDbConnect::SQLTYPE_ANSI, &large, &small);
+  EXPECT_EQ(connect->getRowCount(), 1);
+  ASSERT_EQ(run("SELECT large, small FROM t"), "");
+  ASSERT_EQ(connect->fetchNextRow(), 0);
+  EXPECT_STREQ(connect->getColVal("small"), "TWFu");
+  // Each chunk was encoded by itself, the first two with a padding of their own.
+  const std::string text = connect->getColVal("large");
+  ASSERT_EQ(text.size(), 87384U + 87384U + 25240U);
+  std::string decoded;
+  for (const std::size_t from : {0, 87384, 2 * 87384}) {
+    unsigned int size = 0;
+    const std::unique_ptr<unsigned char[]> part(Base64Decode(text.substr(from, 87384).c_str(), &size));
+    decoded.append(reinterpret_cast<const char*>(part.get()), size);
+  }
+  EXPECT_TRUE(decoded == bytes);
+}
+
+TEST_F(Postgres, UpdateThatTouchesNoRowFailsOnlyWithParameters) {
+  ASSERT_EQ(run("CREATE TABLE t (n text)"), "");
+  EXPECT_EQ(run("UPDATE t SET n = 'x'"), "");
+  EXPECT_EQ(connect->getState(), 4);
+  EXPECT_EQ(connect->getRowCount(), 0);
+  std::ifstream stream(entries.folder().write("data", "Man"));
+  EXPECT_EQ(thrown([&] { connect->executeSQL("UPDATE t SET n = ?", ZrDbConnect::SQLTYPE_ANSI, &stream); }),
+            "ZrDbConnect::executeSQL(), failed on SQLParamData");
+  EXPECT_EQ(connect->getState(), 6);
+}
+
+TEST_F(Postgres, WideStatementKeepsItsLetters) {
+  ASSERT_EQ(run("SELECT '\xCE\xB1\xE4\xB8\xAD\xF0\x9F\x98\x80' AS n", ZrDbConnect::SQLTYPE_UNICODE), "");
+  ASSERT_EQ(connect->fetchNextRow(), 0);
+  EXPECT_STREQ(connect->getColVal("n"), "\xCE\xB1\xE4\xB8\xAD\xF0\x9F\x98\x80");
+}
+
+TEST_F(Postgres, PoolComesBackWithTheServer) {
+  pool.returnConnect(connect);
+  PostgresServer::shared().stop();
+  log.clear();
+  EXPECT_FALSE(pool.reinit());
+  EXPECT_THAT(log.texts(1),
+              testing::ElementsAre("ZrDataAccess::reinit: Failed to re-initialize the connection pool (dsn: " + source +
+                                   " user: postgres)."));
+  connect = pool.getConnect();
+  EXPECT_EQ(connect->getConnID(), 2);  // the order of the queue is kept
+  EXPECT_EQ(connect->getState(), 1);
+  EXPECT_EQ(run("SELECT 1"), "Connection is not ready.");
+  pool.returnConnect(connect);
+  PostgresServer::shared().start();
+  EXPECT_TRUE(pool.reinit());
+  connect = pool.getConnect();
+  EXPECT_EQ(run("SELECT 1"), "");
+}
+
+}  // namespace
