@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_CONFIG_CONFIGFILE_H
+#define ZR_CONFIG_CONFIGFILE_H
 
 #include <cstdio>
 #include <map>
@@ -127,3 +128,5 @@ class ZR_EXPORT ConfigFile {
   // Owned; never null.
   ConfigFileImpl* m_pImpl = nullptr;
 };
+
+#endif  // ZR_CONFIG_CONFIGFILE_H

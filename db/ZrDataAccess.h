@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_DB_ZRDATAACCESS_H
+#define ZR_DB_ZRDATAACCESS_H
 
 #include <deque>
 #include <string>
@@ -92,3 +93,5 @@ class ZR_EXPORT ZrDataAccess {
   std::string m_user;
   std::string m_pass;
 };
+
+#endif  // ZR_DB_ZRDATAACCESS_H

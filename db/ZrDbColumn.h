@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_DB_ZRDBCOLUMN_H
+#define ZR_DB_ZRDBCOLUMN_H
 
 #include <sql.h>
 #include <sqlext.h>
@@ -12,3 +13,5 @@ struct ZrDbColumn {
   std::string m_name;         // as the driver reports it, at most 255 bytes
   std::string m_value;        // text of the value in the current row; empty for NULL and until a row is fetched
 };
+
+#endif  // ZR_DB_ZRDBCOLUMN_H

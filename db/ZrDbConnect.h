@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_DB_ZRDBCONNECT_H
+#define ZR_DB_ZRDBCONNECT_H
 
 #include <map>
 #include <memory>
@@ -226,3 +227,5 @@ class ZR_EXPORT ZrDbConnect {
   std::vector<ZrDbColumn*> m_vecColumnByNo;  // columns by number, for the row being read; owned by m_mapColumn
   std::unique_ptr<zr::TransferBuffer> m_pTransfer;
 };
+
+#endif  // ZR_DB_ZRDBCONNECT_H

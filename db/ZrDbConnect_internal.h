@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_DB_ZRDBCONNECT_INTERNAL_H
+#define ZR_DB_ZRDBCONNECT_INTERNAL_H
 
 #include <cstddef>
 #include <sql.h>
@@ -35,3 +36,5 @@ struct Diagnostics {
 void describeResultSet(ZrDbConnect& connect);
 
 }  // namespace zr
+
+#endif  // ZR_DB_ZRDBCONNECT_INTERNAL_H

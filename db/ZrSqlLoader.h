@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_DB_ZRSQLLOADER_H
+#define ZR_DB_ZRSQLLOADER_H
 
 #include <cstdarg>
 #include <string>
@@ -54,3 +55,5 @@ class ZR_EXPORT ZrSqlLoader {
 
   std::string m_strSqlDir;  // ends in "/" unless it is empty
 };
+
+#endif  // ZR_DB_ZRSQLLOADER_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_DB_ODBC_UTIL_INTERNAL_H
+#define ZR_DB_ODBC_UTIL_INTERNAL_H
 
 #include <memory>
 #include <new>
@@ -41,3 +42,5 @@ Conversion utf8ToUtf16(UConverter* converter, const char* text, std::unique_ptr<
 Conversion utf16ToUtf8(UConverter* converter, const icu::UnicodeString& text, std::string& utf8);
 
 }  // namespace zr
+
+#endif  // ZR_DB_ODBC_UTIL_INTERNAL_H

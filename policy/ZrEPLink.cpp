@@ -33,7 +33,7 @@ Word readWord(const char*& at) {
 
 }  // namespace
 
-ZrEPLink::~ZrEPLink() noexcept(false) = default;
+ZrEPLink::~ZrEPLink() = default;
 
 void ZrEPLink::convertIP() {
   if (m_entityName.empty()) throw "Empty string without IP address value";

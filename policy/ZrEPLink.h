@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_POLICY_ZREPLINK_H
+#define ZR_POLICY_ZREPLINK_H
 
 #include <cstdint>
 #include <string>
@@ -20,8 +21,8 @@ class ZR_EXPORT ZrEPLink {
   ZrEPLink(const ZrEPLink&) = default;
   ZrEPLink& operator=(const ZrEPLink&) = default;
 
-  // Leaves the policy alone. (noexcept(false) lets a host's derived link throw; see ZrPolicyCache::cleanup.)
-  virtual ~ZrEPLink() noexcept(false);
+  // Leaves the policy alone.
+  virtual ~ZrEPLink();
 
   // Parses m_entityName into m_ipFrom and, when it holds two addresses, m_ipTo. The cache calls it for links of the
   // types IP and IP_RANGE.
@@ -56,3 +57,5 @@ class ZR_EXPORT ZrEPLink {
   // The policy; not owned. Set by the cache when the link is added, valid while the cache holds the policy.
   ZrPolicy* m_pPolicy = nullptr;
 };
+
+#endif  // ZR_POLICY_ZREPLINK_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_POLICY_ZRENTITYTYPE_H
+#define ZR_POLICY_ZRENTITYTYPE_H
 
 #include <cstdint>
 
@@ -23,3 +24,5 @@ using ZrEntityType = ZrEntity::Type;
 // The names of the entity types, indexed by their values: "DEFAULT", "USER", "GROUP", "HOSTNAME", "IP", "IP_RANGE",
 // "OTHER". For the host's use; constant, so any thread may read it.
 extern ZR_EXPORT const char* const g_rule_entity[7];
+
+#endif  // ZR_POLICY_ZRENTITYTYPE_H

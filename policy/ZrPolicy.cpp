@@ -1,13 +1,10 @@
 #include "policy/ZrPolicy.h"
 
-ZrRule::~ZrRule() noexcept(false) = default;
+ZrRule::~ZrRule() = default;
 
-ZrPolicy::~ZrPolicy() noexcept(false) {
+ZrPolicy::~ZrPolicy() {
   for (ZrRule*& rule : m_vecRule) {
-    try {
-      delete rule;
-    } catch (...) {  // the other rules must not be lost because of this one
-    }
+    delete rule;
     rule = nullptr;
   }
 }

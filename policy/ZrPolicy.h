@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_POLICY_ZRPOLICY_H
+#define ZR_POLICY_ZRPOLICY_H
 
 #include <cstdint>
 #include <string>
@@ -11,15 +12,14 @@
 //
 // Ownership: created with new by the host; owned, and deleted, by the policy whose m_vecRule holds it.
 // Threads: no locks; operations that only read may run at the same time, as far as the host's kinds allow it.
-// Failures: the library throws nothing here. A host's destructor may throw (hence noexcept(false)); the policy that
-// deletes the rule drops what it throws.
+// Failures: the library throws nothing here.
 class ZR_EXPORT ZrRule {
  public:
   // The kind of the rules that the cache's lookups select.
   static constexpr std::int32_t kSelectedKind = 247;
 
   ZrRule() = default;
-  virtual ~ZrRule() noexcept(false);
+  virtual ~ZrRule();
 
   // The host's own number and name of the rule. The library calls neither.
   virtual int getRuleId() const = 0;
@@ -46,10 +46,8 @@ class ZR_EXPORT ZrPolicy {
  public:
   ZrPolicy() = default;
 
-  // Deletes every rule of m_vecRule, front to back, each exactly once. What a rule's destructor throws is dropped and
-  // the rest are deleted all the same. (noexcept(false) lets a host's derived policy throw; see
-  // ZrPolicyCache::cleanup.)
-  virtual ~ZrPolicy() noexcept(false);
+  // Deletes every rule of m_vecRule, front to back, each exactly once.
+  virtual ~ZrPolicy();
 
   ZrPolicy(const ZrPolicy&) = delete;
   ZrPolicy& operator=(const ZrPolicy&) = delete;
@@ -82,3 +80,5 @@ class ZR_EXPORT ZrPolicy {
   // The rules in the host's order. Owned. No element should be null; one that is, is passed over.
   std::vector<ZrRule*> m_vecRule;
 };
+
+#endif  // ZR_POLICY_ZRPOLICY_H

@@ -1,6 +1,5 @@
 #include "policy/ZrPolicyCache.h"
 
-#include <iterator>
 #include <limits>
 #include <new>
 #include <utility>
@@ -46,18 +45,11 @@ ZrEPLink*& objectOf(ZrEPLink*& element) {
   return element;
 }
 
-// Deletes every object of a container, front to back, and empties it. When a destructor throws, the elements up to and
-// including that object's are gone, the rest are untouched.
+// Deletes every object of a container, front to back, and empties it.
 template <class Container>
 void purge(Container& container) {
-  for (auto element = container.begin(); element != container.end(); ++element) {
-    try {
-      delete std::exchange(objectOf(*element), nullptr);
-    } catch (...) {
-      container.erase(container.begin(), std::next(element));
-      throw;
-    }
-  }
+  for (auto& element : container)
+    delete std::exchange(objectOf(element), nullptr);
   container.clear();
 }
 
@@ -115,7 +107,7 @@ ZrPolicyCache::ZrPolicyCache() : m_pIndex(new zr::CacheIndex) {
   becomeDefault(m_defaultLink, nullptr, 0);
 }
 
-ZrPolicyCache::~ZrPolicyCache() noexcept {
+ZrPolicyCache::~ZrPolicyCache() {
   cleanup();
 }
 

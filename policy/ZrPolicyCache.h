@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_POLICY_ZRPOLICYCACHE_H
+#define ZR_POLICY_ZRPOLICYCACHE_H
 
 #include <cstdint>
 #include <map>
@@ -46,7 +47,7 @@ class ZR_EXPORT ZrPolicyCache {
   // An empty cache without a default policy, of generation 0. Throws std::bad_alloc when memory runs out.
   ZrPolicyCache();
   // As cleanup, then frees the containers. Lets no exception out.
-  virtual ~ZrPolicyCache() noexcept;
+  virtual ~ZrPolicyCache();
   ZrPolicyCache(const ZrPolicyCache&) = delete;
   ZrPolicyCache& operator=(const ZrPolicyCache&) = delete;
 
@@ -88,17 +89,14 @@ class ZR_EXPORT ZrPolicyCache {
   bool hasPolicyContainLDAPSetting();
 
   // Deletes every policy, in ascending order of IDs, and clears the default policy. The links stay, and point at
-  // policies that are gone: purge both, as cleanup does. Throws what a host's policy throws in its destructor; that
-  // policy and those before it are gone then, the rest stay.
+  // policies that are gone: purge both, as cleanup does.
   void purgePolicyList();
 
   // Deletes every link: m_mapUser, m_mapGroup, m_mapHostname, m_mapIp, m_vecIpRange, m_mapOther, each front to back.
-  // The policies stay. Throws what a host's link throws in its destructor; that link and those before it are gone then,
-  // the rest stay.
+  // The policies stay.
   void purgeEPLinkList();
 
-  // purgePolicyList, then purgeEPLinkList. Whatever either throws is dropped; the rest then stays until it is purged
-  // again. m_generation is left alone.
+  // purgePolicyList, then purgeEPLinkList. Lets no exception out. m_generation is left alone.
   void cleanup();
 
   // Looks at the containers and the links' addresses as they are now: call it after editing any of them by hand.
@@ -172,3 +170,5 @@ class ZR_EXPORT ZrPolicyCache {
   // The library's own: what finds links faster than the containers do.
   std::unique_ptr<zr::CacheIndex> m_pIndex;
 };
+
+#endif  // ZR_POLICY_ZRPOLICYCACHE_H

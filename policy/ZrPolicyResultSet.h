@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_POLICY_ZRPOLICYRESULTSET_H
+#define ZR_POLICY_ZRPOLICYRESULTSET_H
 
 #include <cstddef>
 #include <cstdint>
@@ -110,3 +111,5 @@ class ZR_EXPORT ZrPolicyResultSet {
   // The library's own: the policies of the results by ID, once there are more than a handful.
   std::unique_ptr<zr::IdSet> m_pIds;
 };
+
+#endif  // ZR_POLICY_ZRPOLICYRESULTSET_H

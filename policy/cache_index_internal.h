@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_POLICY_CACHE_INDEX_INTERNAL_H
+#define ZR_POLICY_CACHE_INDEX_INTERNAL_H
 
 #include <map>
 #include <string>
@@ -24,3 +25,5 @@ struct CacheIndex {
 };
 
 }  // namespace zr
+
+#endif  // ZR_POLICY_CACHE_INDEX_INTERNAL_H

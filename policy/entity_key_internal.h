@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_POLICY_ENTITY_KEY_INTERNAL_H
+#define ZR_POLICY_ENTITY_KEY_INTERNAL_H
 
 #include <cstddef>
 #include <cstdint>
@@ -49,3 +50,5 @@ class SearchKey {
 };
 
 }  // namespace zr
+
+#endif  // ZR_POLICY_ENTITY_KEY_INTERNAL_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_POLICY_ID_SET_INTERNAL_H
+#define ZR_POLICY_ID_SET_INTERNAL_H
 
 #include <cstddef>
 #include <cstdint>
@@ -27,3 +28,5 @@ class IdSet {
 };
 
 }  // namespace zr
+
+#endif  // ZR_POLICY_ID_SET_INTERNAL_H

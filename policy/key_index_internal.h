@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_POLICY_KEY_INDEX_INTERNAL_H
+#define ZR_POLICY_KEY_INDEX_INTERNAL_H
 
 #include <cstddef>
 #include <cstdint>
@@ -117,3 +118,5 @@ class KeyIndex {
 };
 
 }  // namespace zr
+
+#endif  // ZR_POLICY_KEY_INDEX_INTERNAL_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_POLICY_RANGE_INDEX_INTERNAL_H
+#define ZR_POLICY_RANGE_INDEX_INTERNAL_H
 
 #include <cstddef>
 #include <cstdint>
@@ -89,3 +90,5 @@ class RangeIndex {
 };
 
 }  // namespace zr
+
+#endif  // ZR_POLICY_RANGE_INDEX_INTERNAL_H

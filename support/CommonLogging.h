@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_SUPPORT_COMMONLOGGING_H
+#define ZR_SUPPORT_COMMONLOGGING_H
 
 #include "support/export.h"
 
@@ -13,3 +14,5 @@ ZR_EXPORT void LogPrintf(const char* format, ...) __attribute__((format(printf, 
 // Debug text. Discarded, at every level, without being formatted.
 ZR_EXPORT void DbgPrintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 }
+
+#endif  // ZR_SUPPORT_COMMONLOGGING_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_SUPPORT_POLICYLOG_H
+#define ZR_SUPPORT_POLICYLOG_H
 
 #include "support/export.h"
 
@@ -36,3 +37,5 @@ class ZR_EXPORT PolicyLog {
   } while (false)
 
 #define ZR_TRACE(...) ZR_POLICY_LOG(PolicyLog::LEVEL_TRACE, __VA_ARGS__)
+
+#endif  // ZR_SUPPORT_POLICYLOG_H

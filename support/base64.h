@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_SUPPORT_BASE64_H
+#define ZR_SUPPORT_BASE64_H
 
 #include "support/export.h"
 
@@ -21,3 +22,5 @@ ZR_EXPORT int ToB64Enc(const char* src, char* dst, int len);
 // not zero-terminated. Throws std::bad_alloc when there is no memory for it.
 ZR_EXPORT unsigned char* Base64Decode(const char* src, unsigned int* outLen);
 }
+
+#endif  // ZR_SUPPORT_BASE64_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_SUPPORT_BUFFER_IO_H
+#define ZR_SUPPORT_BUFFER_IO_H
 
 #include "support/export.h"
 
@@ -20,3 +21,5 @@ ZR_EXPORT void zr_le_write_int4(char* buffer, int* value);
 ZR_EXPORT void zr_le_read_int4(const char* buffer, int* value);
 ZR_EXPORT void zr_le_write_int2(char* buffer, short* value);
 ZR_EXPORT void zr_le_read_int2(const char* buffer, short* value);
+
+#endif  // ZR_SUPPORT_BUFFER_IO_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_SUPPORT_LOG_TEXT_INTERNAL_H
+#define ZR_SUPPORT_LOG_TEXT_INTERNAL_H
 
 #include <cstdarg>
 #include <cstdio>
@@ -18,3 +19,5 @@ struct LogText {
 };
 
 }  // namespace zr
+
+#endif  // ZR_SUPPORT_LOG_TEXT_INTERNAL_H

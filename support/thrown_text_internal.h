@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_SUPPORT_THROWN_TEXT_INTERNAL_H
+#define ZR_SUPPORT_THROWN_TEXT_INTERNAL_H
 
 #include <cstdarg>
 #include <cstddef>
@@ -28,3 +29,5 @@ struct ThrownText {
 };
 
 }  // namespace zr
+
+#endif  // ZR_SUPPORT_THROWN_TEXT_INTERNAL_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_VEXA_VEXALOG_H
+#define ZR_VEXA_VEXALOG_H
 
 #include "vexa/VexaExport.h"
 
@@ -19,3 +20,5 @@ struct VEXA_EXPORT Log {
 };
 
 }  // namespace VEXA
+
+#endif  // ZR_VEXA_VEXALOG_H

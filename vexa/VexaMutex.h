@@ -1,4 +1,5 @@
-#pragma once
+#ifndef ZR_VEXA_VEXAMUTEX_H
+#define ZR_VEXA_VEXAMUTEX_H
 
 #include <mutex>
 
@@ -53,3 +54,5 @@ class VEXA_EXPORT VEXA_THREAD_ANNOTATION(scoped_lockable) VexaLock {
 };
 
 }  // namespace VEXA
+
+#endif  // ZR_VEXA_VEXAMUTEX_H

@@ -126,28 +126,19 @@ TEST(ZrPolicyCache, DecodesEntitiesOfTheLatinRangeOrNone) {
 std::vector<std::string> g_deleted;
 
 struct NotedLink : ZrEPLink {
-  bool throws = false;
-  ~NotedLink() override {
-    g_deleted.push_back(m_entityName);
-    if (throws) throw 1;
-  }
+  ~NotedLink() override { g_deleted.push_back(m_entityName); }
 };
 
 struct NotedPolicy : ZrPolicy {
-  bool throws = false;
-  ~NotedPolicy() override {
-    g_deleted.push_back(std::to_string(m_policyId));
-    if (throws) throw 1;
-  }
+  ~NotedPolicy() override { g_deleted.push_back(std::to_string(m_policyId)); }
 };
 
-void fill(ZrPolicyCache& cache, int throwingPolicy, const std::string& throwingLink) {
+void fill(ZrPolicyCache& cache) {
   g_deleted.clear();
   for (const int id : {3, 1, 2}) {
     auto* policy = new NotedPolicy;
     policy->m_policyId = id;
     policy->m_isDefault = id == 2;
-    policy->throws = id == throwingPolicy;
     cache.addPolicy(policy);
   }
   for (const char* name : {"6b", "6a", "5b", "5a", "4a", "3a", "2a", "1b", "1a"}) {
@@ -156,7 +147,6 @@ void fill(ZrPolicyCache& cache, int throwingPolicy, const std::string& throwingL
     link->m_entityType = static_cast<ZrEntityType>(name[0] - '0');
     const bool address = name[0] == '4' || name[0] == '5';
     link->m_entityName = address ? "10.0.0.1" : name;
-    link->throws = name == throwingLink;
     cache.addEPLink(link);
     link->m_entityName = name;
   }
@@ -167,18 +157,11 @@ void fill(ZrPolicyCache& cache, int throwingPolicy, const std::string& throwingL
 
 TEST(ZrPolicyCache, CleanupDeletesPoliciesThenLinksInTheirOrderAndNothingTwice) {
   ZrPolicyCache cache;
-  fill(cache, 2, "5b");
+  fill(cache);
   cache.m_generation = 5;
-  EXPECT_NO_THROW(cache.cleanup());
-  EXPECT_THAT(g_deleted, ElementsAre("1", "2"));
-  EXPECT_THAT(cache.m_mapPolicy, ElementsAre(testing::Key(3)));
-  EXPECT_EQ(cache.m_mapUser.size(), 3U);
-  EXPECT_THROW(cache.purgeEPLinkList(), int);
-  EXPECT_THAT(g_deleted, ElementsAre("1", "2", "1a", "1b", "2a", "3a", "4a", "5b"));
-  EXPECT_EQ(cache.m_vecIpRange.size(), 2U);
   for (int times = 0; times < 2; ++times) {
     cache.cleanup();
-    EXPECT_THAT(g_deleted, ElementsAre("1", "2", "1a", "1b", "2a", "3a", "4a", "5b", "3", "5a", "6a", "6b"));
+    EXPECT_THAT(g_deleted, ElementsAre("1", "2", "3", "1a", "1b", "2a", "3a", "4a", "5b", "5a", "6a", "6b"));
   }
   EXPECT_EQ(cache.m_defaultLink.m_pPolicy, nullptr);
   EXPECT_EQ(cache.m_defaultLink.m_entityName, "Default Policy");
