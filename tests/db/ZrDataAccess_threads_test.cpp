@@ -9,26 +9,22 @@
 
 namespace {
 
-// Borrows, works and returns until `rounds` connections were lent; some of them come back broken.
-int borrow(ZrDataAccess& pool, int rounds, std::atomic<int>& unexpected) {
-  int lent = 0;
-  while (lent < rounds) {
+// Borrows, works and returns until `rounds` connections were lent; every tenth comes back broken.
+void borrow(ZrDataAccess& pool, int rounds, std::atomic<int>& unexpected) {
+  for (int lent = 0; lent < rounds;) {
+    ZrDbConnect* connect = nullptr;
     try {
-      ZrDbConnect* connect = pool.getConnect();
+      connect = pool.getConnect();
       const bool breaks = ++lent % 10 == 0;
-      try {
-        connect->executeSQL(breaks ? "nonsense" : "SELECT 7 AS n", ZrDbConnect::SQLTYPE_ANSI);
-        if (connect->fetchNextRow() != 0 || connect->getColValInt("n") != 7) ++unexpected;
-      } catch (const char*) {
-        if (!breaks) ++unexpected;
-      }
-      pool.returnConnect(connect);
+      connect->executeSQL(breaks ? "nonsense" : "SELECT 7 AS n", ZrDbConnect::SQLTYPE_ANSI);
+      if (breaks || connect->fetchNextRow() != 0 || connect->getColValInt("n") != 7) ++unexpected;
     } catch (const char* text) {
-      if (std::strstr(text, "not ready") == nullptr && std::strstr(text, "Out of") == nullptr) ++unexpected;
-      std::this_thread::yield();
+      const bool expected = connect != nullptr ? lent % 10 == 0 : std::strchr("CO", *text) != nullptr;
+      if (!expected) ++unexpected;  // a pool answers "Connection pool is not ready." or "Out of Db connection in pool."
     }
+    if (connect != nullptr) pool.returnConnect(connect);
+    std::this_thread::yield();
   }
-  return lent;
 }
 
 TEST(Pool, BorrowersReturnersAndReinitMayRunAtOnce) {
@@ -37,10 +33,10 @@ TEST(Pool, BorrowersReturnersAndReinitMayRunAtOnce) {
   entries.addSqlite("policies");
   ZrDataAccess pool;
   pool.init("", 3, "policies", "", "");
-  std::atomic<int> unexpected{0}, lent{0};
+  std::atomic<int> unexpected{0};
   std::thread threads[4];
   for (std::thread& thread : threads)
-    thread = std::thread([&] { lent += borrow(pool, 50, unexpected); });
+    thread = std::thread([&] { borrow(pool, 50, unexpected); });
   for (int i = 0; i < 10; ++i) {
     if (!pool.reinit()) ++unexpected;
     std::this_thread::yield();
@@ -48,7 +44,6 @@ TEST(Pool, BorrowersReturnersAndReinitMayRunAtOnce) {
   for (std::thread& thread : threads)
     thread.join();
   EXPECT_EQ(unexpected, 0);
-  EXPECT_EQ(lent, 200);
   int ids = 0;
   for (int i = 0; i < 3; ++i)
     ids += 1 << pool.getConnect()->getConnID();
