@@ -148,7 +148,9 @@ TEST_F(ScriptedConnection, OperationsAskForTheirStateAndTheBrokenOnePasses) {
   EXPECT_EQ(run("bad"), "Failed to execute SQL");
   EXPECT_EQ(connect->m_state, 6);
   EXPECT_STREQ(connect->getColVal("A"), "1");  // of the statement before
-  EXPECT_EQ(run("good"), "");
+  script.faults = {{"ExecDirect", {1, SQL_NO_DATA}}};
+  EXPECT_EQ(run("touches no row"), "");
+  EXPECT_EQ(connect->m_state, 4);
 }
 
 TEST_F(ScriptedConnection, EveryFailureOfAStatementHasItsTextAndState) {

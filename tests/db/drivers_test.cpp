@@ -1,6 +1,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <vector>
 
 #include "common/log_capture.h"
 #include "common/odbc_entries.h"
@@ -51,6 +52,8 @@ TEST_P(Database, ValuesOfAnyKindAndLengthComeBackWhole) {
   ASSERT_EQ(run("INSERT INTO t VALUES (1, '" + large + "', 9000000000, " + bytes + "), (NULL, NULL, NULL, NULL)"), "");
   EXPECT_EQ(connect->getRowCount(), 2);
   EXPECT_EQ(connect->fetchNextRow(), 1);
+  EXPECT_EQ(run("UPDATE t SET n = 2 WHERE n = 9"), "");
+  EXPECT_EQ(connect->getRowCount(), 0);
   ASSERT_EQ(run("SELECT n, s, big, b, 'x' AS after FROM t"), "");
   ASSERT_EQ(connect->fetchNextRow(), 0);
   EXPECT_EQ(connect->getColValInt("N"), 1);
@@ -87,10 +90,15 @@ class Postgres : public Database {
   void SetUp() override { open(Kind::kPostgres); }
 };
 
-TEST_F(Postgres, StreamsAreStoredAsBase64) {
-  std::string bytes;
+TEST_F(Postgres, StreamsAreStoredAsBase64OfTheirChunks) {
+  std::string bytes, text;
   for (int i = 0; i < 150000; ++i)
     bytes += static_cast<char>(i * 7 + i / 256);
+  for (const auto& [from, size] : {std::pair{0, 65536}, {65536, 65536}, {131072, 18928}}) {
+    std::vector<char> piece(87385);
+    ToB64Enc(bytes.data() + from, piece.data(), size);
+    text += piece.data();
+  }
   std::ifstream large(entries.folder().write("large", bytes), std::ios::binary);
   std::ifstream small(entries.folder().write("small", "Man"), std::ios::binary);
   ASSERT_EQ(run("CREATE TABLE t (n int, large text, small text)"), "");
@@ -99,27 +107,7 @@ TEST_F(Postgres, StreamsAreStoredAsBase64) {
   ASSERT_EQ(run("SELECT large, small FROM t"), "");
   ASSERT_EQ(connect->fetchNextRow(), 0);
   EXPECT_STREQ(connect->getColVal("small"), "TWFu");
-  // Each chunk was encoded by itself, the first two with a padding of their own.
-  const std::string text = connect->getColVal("large");
-  ASSERT_EQ(text.size(), 87384U + 87384U + 25240U);
-  std::string decoded;
-  for (const std::size_t from : {0, 87384, 2 * 87384}) {
-    unsigned int size = 0;
-    const std::unique_ptr<unsigned char[]> part(Base64Decode(text.substr(from, 87384).c_str(), &size));
-    decoded.append(reinterpret_cast<const char*>(part.get()), size);
-  }
-  EXPECT_TRUE(decoded == bytes);
-}
-
-TEST_F(Postgres, UpdateThatTouchesNoRowFailsOnlyWithParameters) {
-  ASSERT_EQ(run("CREATE TABLE t (n text)"), "");
-  EXPECT_EQ(run("UPDATE t SET n = 'x'"), "");
-  EXPECT_EQ(connect->getState(), 4);
-  EXPECT_EQ(connect->getRowCount(), 0);
-  std::ifstream stream(entries.folder().write("data", "Man"));
-  EXPECT_EQ(thrown([&] { connect->executeSQL("UPDATE t SET n = ?", ZrDbConnect::SQLTYPE_ANSI, &stream); }),
-            "ZrDbConnect::executeSQL(), failed on SQLParamData");
-  EXPECT_EQ(connect->getState(), 6);
+  EXPECT_TRUE(connect->getColVal("large") == text);
 }
 
 TEST_F(Postgres, WideStatementKeepsItsLetters) {

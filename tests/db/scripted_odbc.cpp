@@ -15,9 +15,8 @@ SQLRETURN zrtest::ScriptedOdbc::enter(const std::string& call, const std::string
 }
 
 int zrtest::ScriptedOdbc::count(const std::string& call) const {
-  return static_cast<int>(std::count_if(calls.begin(), calls.end(), [&](const std::string& line) {
-    return line == call || line.rfind(call + " ", 0) == 0;
-  }));
+  const auto isCall = [&](const std::string& line) { return (line + " ").rfind(call + " ", 0) == 0; };
+  return static_cast<int>(std::count_if(calls.begin(), calls.end(), isCall));
 }
 
 using zrtest::failing;
@@ -46,8 +45,7 @@ bool isOfTheLibrary(void* address) {
 }
 
 SQLRETURN executed(SQLRETURN code) {
-  script.result = 0;
-  script.asked = 0;
+  script.result = script.asked = 0;
   script.fetched = 0;
   if (script.results.empty()) script.results.resize(1);
   return code == SQL_SUCCESS && script.parameters > 0 ? static_cast<SQLRETURN>(SQL_NEED_DATA) : code;
