@@ -142,7 +142,7 @@ void CacheSink::onPolicy(PolicyRow& row) {
   const auto fault = faultOf([&] {
     auto policy = makePolicy(row);
     m_cache.addPolicy(policy.get());
-    policy.release();
+    static_cast<void>(policy.release());
     ++m_report.policies;
   });
   if (fault) refuse("policy", key("policy_id", row.policyId), *fault);
@@ -158,7 +158,7 @@ void CacheSink::onRule(RuleRow& row) {
     const std::pair<std::int64_t, std::int64_t> place{policyId, *strictNumber(*row.position, INT32_MIN, INT32_MAX)};
     if (m_lastRule == place) throw Fault{"the policy has a rule at this position already"};
     found->second->m_vecRule.push_back(rule.get());
-    rule.release();
+    static_cast<void>(rule.release());
     m_lastRule = place;
     ++m_report.rules;
   });

@@ -87,7 +87,7 @@ std::string copiedSettings(const std::string& dsn) {
   for (const std::string& name : settingNames(dsn)) {
     const std::string value = profile(dsn.c_str(), name.c_str(), "odbc.ini");
     if (strcasecmp(name.c_str(), "Driver") == 0) driver = value;
-    settings += name + "=" + value + "\n";
+    settings.append(name).append("=").append(value).append("\n");
   }
   return settings.empty() ? settings : settings + streaming(driver);
 }

@@ -52,7 +52,7 @@ PolicyDatabase::~PolicyDatabase() = default;
 Revision PolicyDatabase::read(RowSink& sink) {
   Session session(*m_parts);
   Transaction transaction(session, "begin_read.sql", "end_read.sql");
-  const Revision revision = readRevision(session);
+  Revision revision = readRevision(session);
   sink.onRevision(revision);
   readPolicies(session, sink);
   readRules(session, sink);
