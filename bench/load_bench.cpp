@@ -87,7 +87,7 @@ void loadLinks(benchmark::State& state) {
   zrhost::PolicyDatabase database(options);
   CountingSink counted;
   double reading = 0, loading = 0, peakRatio = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     reading += secondsFor([&] { database.read(counted); });
     forgetPeak();
     const double before = memory("VmRSS");

@@ -77,7 +77,7 @@ void compare(benchmark::State& state, ZrPolicyCache& cache, const Ask& ask) {
   };
   double indexed = 0;
   double plain = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     indexed += nanosecondsFor(askAll);
     const auto added = cache.m_mapUser.emplace("", nullptr);
     cache.m_vecIpRange.push_back(cache.m_vecIpRange.empty() ? nullptr : cache.m_vecIpRange.back());
@@ -99,6 +99,7 @@ void userAmong(benchmark::State& state) {
     addLink(cache, ZrPolicyCache::USER, userName(static_cast<std::uint32_t>(i)), i);
   std::mt19937 random(1);
   std::vector<std::string> keys;
+  keys.reserve(kQuestions);
   for (int i = 0; i < kQuestions; ++i)
     keys.push_back(userName(random() % static_cast<std::uint32_t>(links)));
   compare(state, cache, [&](int question, ZrPolicyResultSet& answer) {
@@ -116,6 +117,7 @@ void addressAmongRanges(benchmark::State& state) {
     addLink(cache, ZrPolicyCache::IP_RANGE, address(first) + " ~ " + address(first + random() % 4096), i);
   }
   std::vector<std::string> keys;
+  keys.reserve(kQuestions);
   for (int i = 0; i < kQuestions; ++i)
     keys.push_back(address(random() % 0xF0000000U));
   compare(state, cache, [&](int question, ZrPolicyResultSet& answer) {
@@ -126,7 +128,7 @@ BENCHMARK(addressAmongRanges)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::
 
 // A trace that is filtered, against the empty loop around it.
 void filteredTrace(benchmark::State& state) {
-  for (auto _ : state)
+  while (state.KeepRunning())
     ZR_TRACE("Enter, key=%s", "a key");
 }
 BENCHMARK(filteredTrace);

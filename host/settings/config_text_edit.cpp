@@ -177,7 +177,7 @@ std::string withSetting(std::string_view text, std::string_view section, std::st
                         std::string_view value) {
   const Lines lines = splitConfig(text);
   const std::vector<ConfigEntry> entries = entriesOf(lines, section, name);
-  const std::string result =
+  std::string result =
       entries.empty() ? added(text, lines, section, name, value) : replaced(text, lines, entries.back(), value);
   requireShortLines(result, section, name);
   return result;
