@@ -61,7 +61,7 @@ int waitFor(pid_t pid) {
 }  // namespace
 
 bool PostgresServer::installed() {
-  return !programFolder().empty();
+  return !programFolder().empty() && std::filesystem::exists(ZR_ODBC_DRIVER_FOLDER "/psqlodbcw.so");
 }
 
 PostgresServer& PostgresServer::shared() {

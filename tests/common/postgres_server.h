@@ -13,7 +13,7 @@ class PostgresServer {
  public:
   static constexpr const char* kUser = "postgres";
 
-  // Whether the server's programs are on this machine.
+  // Whether the server's programs and a driver for this build are on this machine.
   static bool installed();
   // The one server of this process, started when first asked for and ended when the process ends normally.
   static PostgresServer& shared();
