@@ -9,14 +9,10 @@
 
 namespace zrtest {
 
-// A rule of a host's kind: counts how many are alive and notes what it is asked.
+// A rule of a host's kind that notes what it is asked.
 class TestRule : public ZrRule {
  public:
-  explicit TestRule(int type = 247, bool ldap = false) : m_ldap(ldap) {
-    m_ruleType = type;
-    ++alive;
-  }
-  ~TestRule() override { --alive; }
+  explicit TestRule(int type = 247, bool ldap = false) : m_ldap(ldap) { m_ruleType = type; }
   int getRuleId() const override { return 1; }
   const char* getRuleName() const override { return "rule"; }
   bool containLDAPSetting() override {
@@ -25,7 +21,6 @@ class TestRule : public ZrRule {
   }
   void logRuleSummary() override { ++logged; }
 
-  static inline int alive = 0;
   int asked = 0;
   int logged = 0;
 
@@ -37,7 +32,7 @@ inline ZrPolicy* newPolicy(int id, bool selected = true, bool isDefault = false)
   auto policy = std::make_unique<ZrPolicy>();
   policy->m_policyId = id;
   policy->m_isDefault = isDefault;
-  policy->m_vecRule = {new TestRule(selected ? 247 : 5)};
+  policy->m_vecRule = {new TestRule(selected ? 247 : 5), nullptr};
   return policy.release();
 }
 
