@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "common/log_capture.h"
 #include "db/ZrDbConnect.h"
 #include "db/scripted_odbc.h"
 #include "db/thrown.h"
@@ -26,12 +25,9 @@ struct Case {
   std::string text;
 };
 
-class ScriptedRow : public testing::Test {
+class ScriptedRow : public zrtest::Scripted {
  protected:
-  ScriptedRow() {
-    script = {};
-    connect.connect("", "", "", "");
-  }
+  ScriptedRow() { connect.connect("", "", "", ""); }
   // The value of a column of one row; or what reading it throws.
   std::string read(SQLSMALLINT type, std::vector<Piece> pieces) {
     script.results = {{{{"before", SQL_VARCHAR, {{"stale, and longer", SQL_NO_TOTAL, SQL_SUCCESS}}},
@@ -42,31 +38,28 @@ class ScriptedRow : public testing::Test {
     return text.empty() ? connect.getColVal("VALUE") : text;
   }
 
-  zrtest::LogCapture log;
   ZrDbConnect connect;
 };
 
 TEST_F(ScriptedRow, WideTextIsJoinedAndBecomesUtf8) {
   const std::u16string large(65535, u'\u03B1');
   std::string largeUtf8;
-  for (std::size_t i = 0; i < large.size(); ++i)
+  while (largeUtf8.size() < 2 * large.size())
     largeUtf8 += "\xCE\xB1";
   const std::u16string half = large.substr(1) + u'\xD83D';
-  for (const Case& c : std::vector<Case>{
-           {"scripts", {{units(u"\u03B1\u4E2D"), 4, SQL_SUCCESS}}, "\xCE\xB1\xE4\xB8\xAD"},
-           {"NULL", {{"", SQL_NULL_DATA, SQL_SUCCESS}}, ""},
-           {"empty", {{units(u""), 0, SQL_SUCCESS}}, ""},
-           {"surrogates cut by the border",
-            {{units(half), 262144, SQL_SUCCESS_WITH_INFO}, {units(u"\xDE00!"), 4, SQL_SUCCESS}},
-            largeUtf8.substr(2) + "\xF0\x9F\x98\x80!"},
-           {"no total",
-            {{units(large), SQL_NO_TOTAL, SQL_SUCCESS_WITH_INFO}, {units(u"z"), kKeep, SQL_SUCCESS}},
-            largeUtf8 + "z"},
-           {"lone surrogate", {{units(u"a\xD800z"), 6, SQL_SUCCESS}}, "a\xEF\xBF\xBDz"},
-           {"failure that sets no length", {{units(u"a"), kKeep, SQL_ERROR}}, "Failed to fetch char data"},
-           {"failure at the second piece",
-            {{units(large), SQL_NO_TOTAL, SQL_SUCCESS_WITH_INFO}, {"", kKeep, SQL_ERROR}},
-            "Failed to fetch char data"}})
+  for (const Case& c :
+       std::vector<Case>{{"scripts", {{units(u"\u03B1\u4E2D"), 4, SQL_SUCCESS}}, "\xCE\xB1\xE4\xB8\xAD"},
+                         {"NULL", {{"", SQL_NULL_DATA, SQL_SUCCESS}}, ""},
+                         {"surrogates cut by the border",
+                          {{units(half), 262144, SQL_SUCCESS_WITH_INFO}, {units(u"\xDE00!"), 4, SQL_SUCCESS}},
+                          largeUtf8.substr(2) + "\xF0\x9F\x98\x80!"},
+                         {"no total",
+                          {{units(large), SQL_NO_TOTAL, SQL_SUCCESS_WITH_INFO}, {units(u"z"), kKeep, SQL_SUCCESS}},
+                          largeUtf8 + "z"},
+                         {"lone surrogate", {{units(u"a\xD800z"), 6, SQL_SUCCESS}}, "a\xEF\xBF\xBDz"},
+                         {"failure at the second piece",
+                          {{units(large), SQL_NO_TOTAL, SQL_SUCCESS_WITH_INFO}, {"", kKeep, SQL_ERROR}},
+                          "Failed to fetch char data"}})
     for (const SQLSMALLINT type : {SQL_WCHAR, SQL_WVARCHAR, SQL_WLONGVARCHAR})
       EXPECT_EQ(read(type, c.pieces), c.text) << c.what;
   EXPECT_GT(script.count("GetData 2 -8 131072"), 0);
@@ -98,7 +91,6 @@ TEST_F(ScriptedRow, TextIsJoinedAsTheDriverGivesItAndAFailureIsNoEndOfRows) {
                          {"NULL: the buffer of the column before is cleared", {{"", SQL_NULL_DATA, SQL_SUCCESS}}, ""},
                          {"no total, not terminated", {{"abc", SQL_NO_TOTAL, SQL_SUCCESS}}, "abc"},
                          {"up to a zero", {{std::string("ab\0c", 4), 4, SQL_SUCCESS}}, "ab"},
-                         {"empty", {{"", 0, SQL_SUCCESS}}, ""},
                          {"no data", {}, "Failed to fetch char data"},
                          {"more is said, and nothing comes",
                           {{full + '\0', SQL_NO_TOTAL, SQL_SUCCESS_WITH_INFO}},
@@ -133,10 +125,8 @@ TEST_F(ScriptedRow, IntegersAreReadAsFarAsTheyGoAndTheRestIsLogged) {
   };
   for (const Number& c : {Number{"42abc", 42, "a", true},
                           {"  17", 17, "", false},
-                          {"17 ", 17, " ", true},
                           {"-5", -5, "", false},
                           {"", 0, "", true},
-                          {"x1", 0, "", true},
                           {"-", 0, "", true},
                           {"9000000000", 2147483647, "", false}}) {
     read(SQL_VARCHAR, {{c.text, static_cast<SQLLEN>(c.text.size()), SQL_SUCCESS}});

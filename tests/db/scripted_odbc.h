@@ -1,11 +1,14 @@
 #pragma once
 
+#include <gtest/gtest.h>
 #include <map>
 #include <set>
 #include <sql.h>
 #include <sqlext.h>
 #include <string>
 #include <vector>
+
+#include "common/log_capture.h"
 
 namespace zrtest {
 
@@ -58,5 +61,14 @@ struct FailingAllocations {
   int skip = 0;
 };
 inline FailingAllocations failing;
+
+// A fresh script for each test; afterwards every handle has been freed once.
+class Scripted : public testing::Test {
+ protected:
+  Scripted() { script = {}; }
+  ~Scripted() override { EXPECT_TRUE(script.handles.empty() && script.wrongFrees == 0); }
+
+  LogCapture log;
+};
 
 }  // namespace zrtest
