@@ -14,6 +14,14 @@ namespace {
 
 using VEXA::Log;
 
+void inFourThreads(const std::function<void()>& work) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i)
+    threads.emplace_back(work);
+  for (std::thread& thread : threads)
+    thread.join();
+}
+
 std::string whatReachesStandardError(const std::function<void()>& work) {
   testing::internal::CaptureStderr();
   work();
@@ -42,15 +50,10 @@ TEST(VexaLog, ClosedStandardErrorIsNoFaultAndLeavesErrnoAlone) {
 
 TEST(VexaLog, LinesOfSeveralThreadsDoNotMix) {
   const std::string captured = whatReachesStandardError([] {
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-      threads.emplace_back([] {
-        for (int i = 0; i < 100; ++i)
-          Log::LogByLevel(VEXA::VEXA_LOG_INFO, "one line");
-      });
-    }
-    for (std::thread& thread : threads)
-      thread.join();
+    inFourThreads([] {
+      for (int i = 0; i < 100; ++i)
+        Log::LogByLevel(VEXA::VEXA_LOG_INFO, "one line");
+    });
   });
   std::string wanted;
   for (int i = 0; i < 400; ++i)
@@ -61,20 +64,15 @@ TEST(VexaLog, LinesOfSeveralThreadsDoNotMix) {
 TEST(VexaMutex, LockKeepsOtherThreadsOutAlsoWhenAnExceptionPasses) {
   VEXA::VexaMutex mutex;
   int count = 0;
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < 4; ++thread) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < 1000; ++i) {
-        try {
-          const VEXA::VexaLock lock(mutex);
-          if (++count % 2 == 0) throw count;
-        } catch (int) {
-        }
+  inFourThreads([&] {
+    for (int i = 0; i < 1000; ++i) {
+      try {
+        const VEXA::VexaLock lock(mutex);
+        if (++count % 2 == 0) throw count;
+      } catch (int) {
       }
-    });
-  }
-  for (std::thread& thread : threads)
-    thread.join();
+    }
+  });
   EXPECT_EQ(count, 4000);
 }
 
