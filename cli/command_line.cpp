@@ -62,12 +62,15 @@ void addCommands(CLI::App& program, CommandContext& context) {
 }
 
 // The arguments as CLI11 takes them, last one first. It would take the argument behind "--name=" for the value.
+// Behind "--" there are no options, so "--name=" is a value there.
 std::vector<std::string> reversedArguments(int argc, char** argv) {
   std::vector<std::string> arguments;
+  bool optionsEnded = false;
   for (int i = 1; i < argc; ++i) {
     std::string argument = argv[i];
+    optionsEnded = optionsEnded || argument == "--";
     const bool valueIsEmpty =
-        argument.starts_with("--") && argument.size() > 3 && argument.find('=') == argument.size() - 1;
+        !optionsEnded && argument.starts_with("--") && argument.size() > 3 && argument.find('=') == argument.size() - 1;
     if (valueIsEmpty) argument.pop_back();
     arguments.push_back(argument);
     if (valueIsEmpty) arguments.emplace_back();
