@@ -4,4 +4,4 @@ SELECT COALESCE('=' || l.link_id, '') AS link_id,
   COALESCE('=' || l.policy_id, '') AS policy_id,
   COALESCE('=' || l.priority, '') AS priority
 FROM ep_link l
-ORDER BY l.priority, l.link_id
+ORDER BY CAST(l.priority AS INTEGER), CAST(l.link_id AS INTEGER)

@@ -3,4 +3,4 @@ SELECT COALESCE('=' || p.policy_id, '') AS policy_id,
   COALESCE('=' || p.policy_name, '') AS policy_name,
   COALESCE('=' || p.is_default, '') AS is_default
 FROM policy p
-ORDER BY p.policy_id
+ORDER BY CAST(p.policy_id AS INTEGER)

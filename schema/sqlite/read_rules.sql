@@ -6,4 +6,4 @@ SELECT COALESCE('=' || r.policy_id, '') AS policy_id,
   COALESCE('=' || r.ldap_setting, '') AS ldap_setting,
   COALESCE('=' || r.action, '') AS action
 FROM policy_rule r
-ORDER BY r.policy_id, r.position
+ORDER BY CAST(r.policy_id AS INTEGER), CAST(r.position AS INTEGER)
