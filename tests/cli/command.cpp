@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,8 +23,7 @@ pid_t start(const std::vector<std::string>& arguments, const CommandSetup& setup
   std::vector<std::string> settings = {"PATH=/usr/bin:/bin"};
   for (const auto& [name, value] : setup.environment)
     settings.push_back(name + '=' + value);
-  std::vector<char*> argv;
-  std::vector<char*> environment;
+  std::vector<char*> argv, environment;
   for (std::string& word : words)
     argv.push_back(word.data());
   for (std::string& setting : settings)
@@ -63,6 +62,13 @@ CommandResult runCommand(const std::vector<std::string>& arguments, const Comman
   if (setup.outputPath.empty()) result.out = readFile(outputPath);
   result.err = readFile(folder.file("err"));
   return result;
+}
+
+void expectRefusal(const CommandResult& result, int status, const std::string& named) {
+  EXPECT_EQ(result.status, status) << named << '\n' << result.err;
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+  EXPECT_THAT(result.err, testing::AllOf(testing::StartsWith("zrpolicy: "), testing::HasSubstr(named)));
+  EXPECT_EQ(result.out, "");
 }
 
 RunningCommand::RunningCommand(const std::vector<std::string>& arguments, const CommandSetup& setup) {

@@ -23,6 +23,9 @@ struct CommandResult {
 // Runs the command that was built, as a process of its own, until it ends.
 CommandResult runCommand(const std::vector<std::string>& arguments, const CommandSetup& setup = {});
 
+// Expects an end with this status, nothing on standard output and one line on standard error that holds `named`.
+void expectRefusal(const CommandResult& result, int status, const std::string& named);
+
 // A running command whose standard input and output are pipes to this process; standard error goes to the test's.
 class RunningCommand {
  public:

@@ -50,11 +50,6 @@ TEST_F(Config, ShowTellsWhereEachValueComesFromAndNoPassword) {
                            "database  retries          file                           3\n"
                            "database  (password)       environment ZRPOLICY_PASSWORD  (hidden)\n");
   EXPECT_THAT(shown.err, HasSubstr("warning: " + m_path + ": unknown setting \"password\" in [database]"));
-  for (const char* action : {"get", "check"}) {
-    const CommandResult result = *action == 'g' ? run({action, "database", "password"}) : run({action});
-    EXPECT_NE(result.status, 0);
-    EXPECT_THAT(result.out + result.err, testing::Not(HasSubstr("geheim")));
-  }
 }
 
 TEST_F(Config, CheckAnswersByItsStatus) {
@@ -67,7 +62,7 @@ TEST_F(Config, CheckAnswersByItsStatus) {
 }
 
 TEST_F(Config, WhatCannotBeIsRefusedAndTheFileStays) {
-  const std::string before = "[log]\nlevel = 1\n";
+  const std::string before = "[log]\nlevel = 1\n[database]\npassword = geheim\n";
   m_folder.write("zr.conf", before);
   const std::pair<std::vector<std::string>, int> cases[] = {
       {{"set", "log", "level", "9"}, 64},
@@ -75,6 +70,7 @@ TEST_F(Config, WhatCannotBeIsRefusedAndTheFileStays) {
       {{"set", "my log", "level", "1"}, 64},
       {{"show", "lgo"}, 64},
       {{"get", "log"}, 64},
+      {{"get", "database", "password"}, 64},
       {{"set", "log", "level", "2", "--config", m_folder.path()}, 74},
       {{"check", "--config", m_path + "x"}, 74},
       {{"unset", "log", "level", "--config", m_path + "x"}, 74},
@@ -82,7 +78,7 @@ TEST_F(Config, WhatCannotBeIsRefusedAndTheFileStays) {
   for (const auto& [arguments, status] : cases) {
     const CommandResult result = run(arguments);
     EXPECT_EQ(result.status, status) << result.err;
-    EXPECT_NE(result.err, "");
+    EXPECT_THAT(result.err, testing::AllOf(testing::StartsWith("zrpolicy: "), testing::Not(HasSubstr("geheim"))));
     EXPECT_EQ(readFile(m_path), before);
   }
 }

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <regex>
 #include <set>
-#include <sstream>
 
 #include "cli/command.h"
 #include "common/temp_folder.h"
@@ -11,34 +10,21 @@ namespace zrtest {
 namespace {
 
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::StartsWith;
 using Words = std::vector<std::string>;
 
-long linesOf(const std::string& text) {
-  return std::count(text.begin(), text.end(), '\n');
-}
-
-TEST(Usage, HelpAndVersionSucceedOnEveryLevel) {
-  for (const Words& words : {Words{"--help"}, {"init", "--help"}, {"lookup", "-h"}, {"load", "--help"}}) {
-    const CommandResult result = runCommand(words);
-    EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.out, StartsWith("NAME\n    zrpolicy"));
-    EXPECT_THAT(result.out, HasSubstr("\nEXIT STATUS\n"));
-    EXPECT_THAT(result.err, IsEmpty());
-  }
+TEST(Usage, HelpAndVersionSucceedAndTheManualPageHasEveryOptionOfTheHelp) {
   EXPECT_EQ(runCommand({"--version"}).out, "zrpolicy 1.0.0\n");
-}
-
-TEST(Usage, ManualPageHasEveryOptionOfTheHelp) {
   const std::string page = readFile(ZR_SOURCE_FOLDER "/docs/man/zrpolicy.1");
   const std::regex option("\n    (?:-h, )?--([a-z-]+)");
   std::set<std::string> names;
-  for (const Words& words : {Words{"--help"}, {"init", "--help"}, {"lookup", "--help"}, {"load", "--help"}}) {
-    const std::string help = runCommand(words).out;
-    for (std::sregex_iterator match(help.begin(), help.end(), option), end; match != end; ++match) {
+  for (const Words& words : {Words{"--help"}, {"init", "--help"}, {"lookup", "-h"}, {"load", "--help"}}) {
+    const CommandResult result = runCommand(words);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.out, testing::AllOf(StartsWith("NAME\n    zrpolicy"), HasSubstr("\nEXIT STATUS\n")));
+    EXPECT_EQ(result.err, "");
+    for (std::sregex_iterator match(result.out.begin(), result.out.end(), option), end; match != end; ++match)
       names.insert((*match)[1]);
-    }
   }
   EXPECT_EQ(names.size(), 26U);
   for (const std::string& name : names)
@@ -66,26 +52,15 @@ TEST(Usage, WrongCommandLineIsOneLineThatNamesWhatIsWrong) {
       {{"load", "--database", "x", "--log-level", "5"}, "--log-level"},
       {{"load", "--database", "x", "--database", "y"}, "--database"},
   };
-  for (const auto& [words, named] : cases) {
-    const CommandResult result = runCommand(words);
-    EXPECT_EQ(result.status, 64) << named;
-    EXPECT_EQ(linesOf(result.err), 1) << result.err;
-    EXPECT_THAT(result.err, testing::AllOf(StartsWith("zrpolicy: "), HasSubstr(named)));
-    EXPECT_THAT(result.out, IsEmpty());
-  }
+  for (const auto& [words, named] : cases)
+    expectRefusal(runCommand(words), 64, named);
 }
 
 TEST(Usage, OutputThatCannotBeWrittenIsAnErrorOfItsOwn) {
-  CommandSetup full;
-  full.outputPath = "/dev/full";
-  CommandSetup closed;
-  closed.closed = {1};
-  CommandSetup allClosed;
-  allClosed.closed = {0, 1, 2};
-  for (const CommandSetup& setup : {full, closed, allClosed})
-    EXPECT_EQ(runCommand({"--help"}, setup).status, 74);
-  EXPECT_THAT(runCommand({"--help"}, full).err, HasSubstr("No space left on device"));
-  EXPECT_EQ(linesOf(runCommand({"--help"}, closed).err), 1);
+  const CommandSetup full{"", {}, "/dev/full", {}}, closed{"", {1}, "", {}}, allClosed{"", {0, 1, 2}, "", {}};
+  EXPECT_EQ(runCommand({"--help"}, allClosed).status, 74);
+  expectRefusal(runCommand({"--help"}, full), 74, "No space left on device");
+  expectRefusal(runCommand({"--help"}, closed), 74, "");
 }
 
 TEST(Usage, PasswordFileThatOthersMayReadIsRefused) {
