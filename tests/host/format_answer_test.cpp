@@ -65,21 +65,12 @@ TEST(AnswerTable, LongTextIsShownWholeAndWidensItsOwnLineOnly) {
   EXPECT_LT(table.size(), longName.size() + 1000);
 }
 
-TEST(AnswerTable, SaysThatNothingApplies) {
-  EXPECT_EQ(answerTable({}), "no policy applies\n");
-}
-
 TEST(AnswerJson, DocumentHasTheseMembersInThisOrder) {
   EXPECT_EQ(answerJson({result(5, "a \"b\"\n", "\xff/ok")}, 4294967295U, 9223372036854775807),
             R"({"generation":4294967295,"revision":9223372036854775807,"results":[{"priority":5,"policy_id":42,)"
             R"("policy_type":3,"policy_name":"a \"b\"\n","entity_type":"IP_RANGE","entity_name":")"
             "\xef\xbf\xbd"
             R"(/ok","rule":{"id":8,"name":"r","type":247,"ldap_setting":true,"action":"hold"}}]})");
-}
-
-TEST(AnswerJson, EmptyAnswerAndErrorAreDocumentsToo) {
-  EXPECT_EQ(answerJson({}, 1, 2), R"({"generation":1,"revision":2,"results":[]})");
-  EXPECT_EQ(errorJson("no \"x\"", 7), R"({"error":"no \"x\"","line":7})");
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 #include "common/temp_folder.h"
@@ -191,14 +190,6 @@ TEST_F(SettingsEdit, AMissingFileIsMadeAlsoBehindALink) {
        {m_folder.file("none/x.conf"), m_folder.path().string(), m_folder.file("loop"), std::string("/dev/null")}) {
     EXPECT_THAT(failure([&] { setInConfigFile(bad, "m", "k", "1"); }), HasSubstr("74: ")) << bad;
   }
-}
-
-TEST_F(SettingsEdit, TheSampleKeepsItsComments) {
-  const std::string sample = zrtest::readFile(ZR_SOURCE_FOLDER "/packaging/zrpolicy.conf");
-  std::string expected = sample;
-  expected.insert(expected.find("\n\n", expected.find("#retries")) + 1, "retries = 3\n");
-  EXPECT_EQ(set(sample, "database", "retries", "3"), expected);
-  EXPECT_EQ(unset(expected, "database", "retries"), sample);
 }
 
 TEST_F(SettingsEdit, AFullDiskLeavesTheOldFile) {

@@ -34,17 +34,6 @@ class SettingsFile : public testing::Test {
   zrtest::TempFolder m_folder;
 };
 
-TEST_F(SettingsFile, DefaultsHoldWhereNothingIsSet) {
-  const Settings settings{request("")};
-  EXPECT_EQ(settings.text("database", "file"), "");
-  EXPECT_EQ(settings.number("database", "pool_size"), 1);
-  EXPECT_EQ(settings.number("database", "connect_timeout"), 5);
-  EXPECT_EQ(settings.number("database", "retry_wait"), 1);
-  EXPECT_EQ(settings.number("database", "retries"), 1);
-  EXPECT_EQ(settings.number("log", "level"), 0);
-  EXPECT_FALSE(settings.get("log", "level").isSet);
-}
-
 TEST_F(SettingsFile, OptionsWinOverTheFileAndTheFileOverDefaults) {
   SettingsRequest given = request("[database]\nfile = a.db\nretries = 3\nuser =\n[log]\nlevel = 2\n");
   given.given = {{"log.level", "4"}, {"database.dsn", "main"}};
