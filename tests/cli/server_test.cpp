@@ -14,6 +14,7 @@ using Words = std::vector<std::string>;
 class ServerTest : public testing::Test {
  protected:
   void SetUp() override {
+    if (!PostgresServer::installed()) GTEST_SKIP() << "PostgreSQL is not installed";
     PostgresServer& server = PostgresServer::shared();
     const std::string rest = "\nPort=5432\nDatabase=" + server.createDatabase() + "\n";
     const std::string driver = "Driver=PostgreSQL Unicode\nServername=";
