@@ -122,9 +122,13 @@ std::string PostgresServer::createDatabase() {
 std::string PostgresServer::run(const std::string& database, const std::string& sql) const {
   const std::string script = m_folder.write("script.sql", sql);
   const std::string command = programFolder() + "/psql -X -q -A -t -v ON_ERROR_STOP=1 -h '" + socketFolder() + "' -U " +
-                              kUser + " -d " + database + " -f '" + script + "' 2>&1";
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) throw std::runtime_error("cannot run psql");
+                              kUser + " -d " + database + " -f '" + script + "'";
+  return outputOf(command);
+}
+
+std::string outputOf(const std::string& command) {
+  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+  if (pipe == nullptr) throw std::runtime_error("cannot run " + command);
   std::string output;
   char buffer[4096];
   while (const std::size_t size = fread(buffer, 1, sizeof buffer, pipe))

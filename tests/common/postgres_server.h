@@ -38,4 +38,7 @@ class PostgresServer {
   int m_databases = 0;
 };
 
+// What a shell command prints, on both streams; throws that text when the command fails.
+std::string outputOf(const std::string& command);
+
 }  // namespace zrtest

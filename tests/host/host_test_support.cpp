@@ -10,17 +10,6 @@
 namespace zrtest {
 namespace {
 
-std::string outputOf(const std::string& command) {
-  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-  if (pipe == nullptr) throw std::runtime_error("cannot run " + command);
-  std::string output;
-  char buffer[4096];
-  while (const std::size_t size = fread(buffer, 1, sizeof buffer, pipe))
-    output.append(buffer, size);
-  if (pclose(pipe) != 0) throw std::runtime_error(output);
-  return output;
-}
-
 class SqlitePlace : public Place {
  public:
   SqlitePlace() { keepOdbcDriversLoaded(); }

@@ -1,8 +1,6 @@
 #include "support/PolicyLog.h"
 
-#include <cstdint>
 #include <gtest/gtest.h>
-#include <sys/time.h>
 
 #include "common/log_capture.h"
 #include "support/CommonLogging.h"
@@ -66,17 +64,6 @@ TEST(PolicyLog, FilteredTraceDoesNotEvaluateItsArguments) {
   PolicyLog::ms_level = PolicyLog::LEVEL_TRACE;
   ZR_TRACE("%d", ++evaluated);
   EXPECT_EQ(log.lines(), (Lines{{4, "1"}}));
-}
-
-TEST(PolicyLog, TimeIsTheWallClockInMicrosecondsModulo32Bits) {
-  const auto now = [] {
-    timeval time{};
-    gettimeofday(&time, nullptr);
-    return static_cast<std::uint32_t>(time.tv_sec * 1000000LL + time.tv_usec);
-  };
-  const std::uint32_t before = now();
-  const std::uint32_t asked = PolicyLog::getTime();
-  EXPECT_LE(asked - before, now() - before);
 }
 
 }  // namespace
