@@ -109,7 +109,10 @@ OdbcEntries::OdbcEntries(OdbcEntries&& other) noexcept
 OdbcEntries::~OdbcEntries() {
   if (m_folder.empty()) return;
   m_oldIni ? setenv("ODBCINI", m_oldIni->c_str(), 1) : unsetenv("ODBCINI");
-  removeNow();
+  unlink((m_folder + kIniName).c_str());
+  unlink((m_folder + kLinkName).c_str());
+  rmdir(m_folder.c_str());
+  if (m_folder == g_folder.data()) g_armed = false;  // last: a signal on the way finds nothing, or what is left
 }
 
 OdbcEntries OdbcEntries::forFile(const std::string& path) {
