@@ -37,19 +37,19 @@ void appendRange(std::vector<ZrEPLink*>& links, zr::RangeIndex& index, ZrEPLink*
 }
 
 template <class Key, class Object>
-Object*& objectOf(std::pair<const Key, Object*>& element) {
+Object* objectOf(const std::pair<const Key, Object*>& element) {
   return element.second;
 }
 
-ZrEPLink*& objectOf(ZrEPLink*& element) {
+ZrEPLink* objectOf(ZrEPLink* element) {
   return element;
 }
 
-// Deletes every object of a container, front to back, and empties it.
+// Deletes every object of a container, front to back, and empties it. Destructors do not throw.
 template <class Container>
 void purge(Container& container) {
-  for (auto& element : container)
-    delete std::exchange(objectOf(element), nullptr);
+  for (const auto& element : container)
+    delete objectOf(element);
   container.clear();
 }
 
@@ -159,11 +159,8 @@ void ZrPolicyCache::purgeEPLinkList() {
 }
 
 void ZrPolicyCache::cleanup() {
-  try {
-    purgePolicyList();
-    purgeEPLinkList();
-  } catch (...) {  // a destructor of the host's; what it left behind is purged next time
-  }
+  purgePolicyList();
+  purgeEPLinkList();
 }
 
 void ZrPolicyCache::reindex() {
