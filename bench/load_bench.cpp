@@ -12,8 +12,9 @@
 #include <unistd.h>
 
 #include "db/ZrDataAccess.h"
+#include "host/database/OdbcEntries.h"
+#include "host/database/PolicyDatabase.h"
 #include "host/load/CacheLoader.h"
-#include "host/source/OdbcEntries.h"
 #include "support/PolicyLog.h"
 
 namespace {

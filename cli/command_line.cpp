@@ -9,14 +9,15 @@
 
 #include "cli/command_context.h"
 #include "cli/config_command.h"
+#include "cli/exit_status.h"
 #include "cli/help_format.h"
 #include "cli/init_command.h"
 #include "cli/load_command.h"
-#include "cli/log_sink.h"
 #include "cli/lookup_command.h"
 #include "cli/standard_streams.h"
-#include "host/rows/HostError.h"
-#include "host/source/LibraryErrors.h"
+#include "host/base/HostError.h"
+#include "host/log/LibraryErrors.h"
+#include "host/log/LogSink.h"
 
 namespace zrcli {
 
@@ -43,10 +44,6 @@ constexpr char kFooter[] =
     "    zrpolicy load --database sample.db\n";
 
 constexpr int kOk = 0;
-
-int statusOf(zrhost::ErrorKind kind) {
-  return static_cast<int>(kind);
-}
 
 void addCommands(CLI::App& program, CommandContext& context) {
   program.name("zrpolicy");
@@ -89,7 +86,7 @@ int print(const std::string& text) {
 int usage(std::string text) {
   std::replace(text.begin(), text.end(), '\n', ' ');
   printError(text + "; see zrpolicy --help");
-  return statusOf(zrhost::ErrorKind::kUsage);
+  return exitStatus(zrhost::ErrorKind::kUsage);
 }
 
 int parseAndRun(int argc, char** argv) {
@@ -121,7 +118,7 @@ int reportFailure() {
     throw;
   } catch (const zrhost::HostError& error) {
     printError(error.what());
-    return statusOf(error.kind());
+    return exitStatus(error.kind());
   } catch (const std::bad_alloc&) {
     printError("out of memory; load a smaller database or give the process more");
   } catch (const std::exception& error) {
@@ -131,14 +128,14 @@ int reportFailure() {
   } catch (...) {
     printError("internal error of an unknown kind");
   }
-  return statusOf(zrhost::ErrorKind::kInternal);
+  return exitStatus(zrhost::ErrorKind::kInternal);
 }
 
 }  // namespace
 
 int runCommandLine(int argc, char** argv) noexcept {
   try {
-    setLogLevel(0);
+    zrhost::setLogLevel(0);
     return parseAndRun(argc, argv);
   } catch (...) {
     return reportFailure();

@@ -7,9 +7,9 @@
 #include "cli/config_show.h"
 #include "cli/standard_streams.h"
 #include "config/ConfigFile.h"
-#include "host/format/terminal_text.h"
+#include "host/base/terminal_text.h"
+#include "host/configfile/ConfigEdit.h"
 #include "host/settings/ConfigCheck.h"
-#include "host/settings/ConfigEdit.h"
 #include "host/settings/Settings.h"
 
 namespace zrcli {

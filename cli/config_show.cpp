@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "host/format/terminal_text.h"
+#include "host/base/terminal_text.h"
 
 namespace zrcli {
 

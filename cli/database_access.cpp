@@ -7,9 +7,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "cli/log_sink.h"
 #include "cli/standard_streams.h"
-#include "host/format/terminal_text.h"
+#include "host/base/terminal_text.h"
+#include "host/log/LogSink.h"
 #include "host/settings/Settings.h"
 
 namespace zrcli {
@@ -84,7 +84,7 @@ zrhost::DatabaseOptions databaseOptions(const CommandContext& context) {
   const zrhost::Settings settings({context.configFile, context.given, context.optionNames});
   for (const std::string& warning : settings.warnings())
     printError("warning: " + warning);
-  setLogLevel(settings.number("log", "level"));
+  zrhost::setLogLevel(settings.number("log", "level"));
   zrhost::DatabaseOptions options;
   options.file = settings.text("database", "file");
   options.dsn = settings.text("database", "dsn");

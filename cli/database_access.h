@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "cli/command_context.h"
+#include "host/database/PolicyDatabase.h"
 #include "host/load/CacheLoader.h"
-#include "host/source/PolicyDatabase.h"
 
 namespace zrcli {
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "cli/exit_status.h"
 #include "cli/standard_streams.h"
 #include "host/ask/Answer.h"
 #include "host/format/AnswerJson.h"
@@ -34,7 +35,7 @@ int answerBatch(const LoadedCache& loaded, bool topOnly) {
     }
   }
   output.close();
-  return allWereQuestions ? 0 : static_cast<int>(zrhost::ErrorKind::kBadRow);
+  return allWereQuestions ? 0 : exitStatus(zrhost::ErrorKind::kBadRow);
 }
 
 }  // namespace zrcli

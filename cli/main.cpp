@@ -3,7 +3,7 @@
 
 #include "cli/command_line.h"
 #include "cli/standard_streams.h"
-#include "host/source/OdbcEntries.h"
+#include "host/database/OdbcEntries.h"
 
 namespace {
 

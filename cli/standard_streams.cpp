@@ -6,8 +6,8 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include "host/format/terminal_text.h"
-#include "host/rows/HostError.h"
+#include "host/base/HostError.h"
+#include "host/base/terminal_text.h"
 
 namespace zrcli {
 

@@ -4,8 +4,8 @@
 #include <arpa/inet.h>
 #include <iterator>
 
-#include "host/format/terminal_text.h"
-#include "host/rows/HostError.h"
+#include "host/base/HostError.h"
+#include "host/base/terminal_text.h"
 
 namespace zrhost {
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <vector>
 
-#include "host/format/terminal_text.h"
+#include "host/base/terminal_text.h"
 
 namespace zrhost {
 

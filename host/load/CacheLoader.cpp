@@ -8,8 +8,8 @@
 #include <numeric>
 #include <utility>
 
+#include "host/base/strict_number.h"
 #include "host/load/SqlRule.h"
-#include "host/rows/strict_number.h"
 
 namespace zrhost {
 namespace {
@@ -187,11 +187,11 @@ void CacheSink::countRow() {
   if (++m_rows % kRowsPerReport == 0 && m_options.onProgress) m_options.onProgress(m_rows);
 }
 
-std::unique_ptr<ZrPolicyCache> loadCache(PolicyDatabase& database, const LoadOptions& options, LoadReport& report) {
+std::unique_ptr<ZrPolicyCache> loadCache(RowSource& source, const LoadOptions& options, LoadReport& report) {
   try {
     auto cache = std::make_unique<ZrPolicyCache>();
     CacheSink sink(*cache, options, report);
-    database.read(sink);
+    source.read(sink);
     cache->m_generation = nextGeneration();
     return cache;
   } catch (const std::bad_alloc&) {

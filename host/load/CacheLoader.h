@@ -7,9 +7,8 @@
 #include <string>
 #include <utility>
 
-#include "host/rows/HostError.h"
-#include "host/rows/RowSink.h"
-#include "host/source/PolicyDatabase.h"
+#include "host/base/HostError.h"
+#include "host/rows/RowSource.h"
 #include "policy/ZrPolicyCache.h"
 
 namespace zrhost {
@@ -65,9 +64,9 @@ class CacheSink : public RowSink {
   std::pair<std::int64_t, std::int64_t> m_lastRule{INT64_MIN, 0};  // policy and position, to notice a second one
 };
 
-// Fills a fresh cache from the database, while older ones go on serving. Its m_generation is a number that no other
+// Fills a fresh cache from a source of rows, while older ones go on serving. Its m_generation is a number that no other
 // cache of this process got from here, never 0. `report` is filled as far as the load came, also when it throws: what
-// PolicyDatabase::read throws, and HostError kBadRow (strict) or kInternal (no memory).
-std::unique_ptr<ZrPolicyCache> loadCache(PolicyDatabase& database, const LoadOptions& options, LoadReport& report);
+// the source throws, and HostError kBadRow (strict) or kInternal (no memory).
+std::unique_ptr<ZrPolicyCache> loadCache(RowSource& source, const LoadOptions& options, LoadReport& report);
 
 }  // namespace zrhost

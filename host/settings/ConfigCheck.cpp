@@ -6,8 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "host/configfile/config_lines.h"
 #include "host/settings/SettingDefinition.h"
-#include "host/settings/config_lines.h"
 
 namespace zrhost {
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/format/terminal_text.h"
+#include "host/base/terminal_text.h"
 
 namespace zrhost {
 

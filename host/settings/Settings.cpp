@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "config/ConfigFile.h"
-#include "host/format/terminal_text.h"
+#include "host/base/terminal_text.h"
 
 namespace zrhost {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/rows/HostError.h"
+#include "host/base/HostError.h"
 #include "host/settings/SettingDefinition.h"
 
 namespace zrhost {

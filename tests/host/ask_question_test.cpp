@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "host/ask/Question.h"
-#include "host/rows/HostError.h"
+#include "host/base/HostError.h"
 
 namespace zrhost {
 namespace {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "host/base/terminal_text.h"
 #include "host/format/AnswerJson.h"
 #include "host/format/AnswerTable.h"
-#include "host/format/terminal_text.h"
 
 namespace zrhost {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "host/source/LibraryErrors.h"
+#include "host/log/LibraryErrors.h"
 #include "vexa/VexaLog.h"
 
 namespace zrtest {

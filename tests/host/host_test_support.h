@@ -2,16 +2,19 @@
 
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "common/odbc_entries.h"
 #include "common/postgres_server.h"
 #include "common/temp_folder.h"
+#include "host/database/PolicyDatabase.h"
 #include "host/load/CacheLoader.h"
-#include "host/source/PolicyDatabase.h"
 
 namespace zrtest {
+
+using zrhost::ErrorKind;
 
 // A place for a policy database of one kind, and a way to change it that is not the code tested.
 class Place {
@@ -39,9 +42,9 @@ class EveryDatabase : public testing::TestWithParam<const char*> {
   std::unique_ptr<Place> place;
 };
 
-// The kind and the text of the HostError that `action` ends with; kind 0 without one.
+// The kind and the text of the HostError that `action` ends with; no kind without one.
 struct Failure {
-  int kind = 0;
+  std::optional<zrhost::ErrorKind> kind{};
   std::string text;
 };
 template <typename Action>
@@ -50,7 +53,7 @@ Failure failureOf(Action action) {
     action();
     return {};
   } catch (const zrhost::HostError& error) {
-    return {static_cast<int>(error.kind()), error.what()};
+    return {error.kind(), error.what()};
   }
 }
 

@@ -25,7 +25,7 @@ TEST_P(Init, TablesThatAreThereAreKeptUnlessForced) {
   init();
   place->run("INSERT INTO policy VALUES (1, 1, 'mine', 0); CREATE TABLE bystander (n INTEGER);");
   const Failure refused = failureOf([&] { init(true); });
-  EXPECT_EQ(refused.kind, 73);
+  EXPECT_EQ(refused.kind, ErrorKind::kTablesPresent);
   EXPECT_THAT(refused.text, HasSubstr("is there already"));
   EXPECT_EQ(place->run("SELECT policy_name FROM policy"), "mine\n");
 
@@ -42,14 +42,14 @@ TEST_P(Init, TablesThatAreThereAreKeptUnlessForced) {
 
 TEST_P(Init, OneTableIsEnoughToRefuseAndForceDropsJustThatButNeverAView) {
   place->run("CREATE TABLE ep_link (whatever INTEGER); INSERT INTO ep_link VALUES (1), (2)");
-  EXPECT_EQ(failureOf([&] { init(); }).kind, 73);
+  EXPECT_EQ(failureOf([&] { init(); }).kind, ErrorKind::kTablesPresent);
   const InitReport report = PolicyDatabase::init(place->options(), {false, true});
   ASSERT_EQ(report.dropped.size(), 1u);
   EXPECT_EQ(report.dropped[0].table, "ep_link");
   EXPECT_EQ(report.dropped[0].rows, 2);
   place->run("DROP TABLE ep_link; CREATE VIEW ep_link AS SELECT 1 AS n");
   const Failure failure = failureOf([&] { init(false, true); });
-  EXPECT_EQ(failure.kind, 73);
+  EXPECT_EQ(failure.kind, ErrorKind::kTablesPresent);
   EXPECT_THAT(failure.text, HasSubstr("'ep_link' is no table"));
   EXPECT_EQ(place->run("SELECT n FROM ep_link"), "1\n");
 }
@@ -61,7 +61,7 @@ TEST_P(Init, FailureHalfWayLeavesNothingBehind) {
   folder.write("sql/sample/02_rules.sql", "INSERT INTO policy_rule (nonsense) VALUES (1)");
   options.sqlDirectory = (folder.path() / "sql").string();
   const Failure failure = failureOf([&] { PolicyDatabase::init(options, {true, false}); });
-  EXPECT_EQ(failure.kind, 74);
+  EXPECT_EQ(failure.kind, ErrorKind::kInputOutput);
   EXPECT_THAT(failure.text, HasSubstr("/sample/02_rules.sql' is refused"));
   if (isSqlite()) {
     for (const char* part : {"", "-wal", "-shm", "-journal"})
@@ -125,7 +125,7 @@ TEST_P(Init, SchemaThatThisProgramDoesNotKnowIsRefused) {
     if (*change != '\0') place->run(change);
     LoadReport report;
     const Failure failure = failureOf([&] { load(report); });
-    EXPECT_EQ(failure.kind, 78) << change;
+    EXPECT_EQ(failure.kind, ErrorKind::kNotPolicyDatabase) << change;
     EXPECT_THAT(failure.text, HasSubstr(text));
     EXPECT_EQ(failure.text.find('\n'), std::string::npos);
   }

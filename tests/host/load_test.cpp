@@ -113,7 +113,7 @@ TEST_P(Load, RowsThatCannotBeUsedAreNamedAndTheRestLoads) {
 
   LoadReport strict;
   const Failure failure = failureOf([&] { load(strict, {.strict = true}); });
-  EXPECT_EQ(failure.kind, 65);
+  EXPECT_EQ(failure.kind, ErrorKind::kBadRow);
   EXPECT_THAT(failure.text, HasSubstr("bad row in policy, policy_id "));
   EXPECT_EQ(strict.refused, 1u);
 }

@@ -11,7 +11,7 @@
 #include "common/temp_folder.h"
 #include "config/ConfigFile.h"
 #include "config/config_model.h"
-#include "host/settings/ConfigEdit.h"
+#include "host/configfile/ConfigEdit.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ class SettingsEdit : public testing::Test {
       call();
       return "";
     } catch (const zrhost::HostError& error) {
-      return std::to_string(static_cast<int>(error.kind())) + ": " + error.what();
+      return std::string(error.kind() == zrhost::ErrorKind::kUsage ? "usage: " : "file: ") + error.what();
     }
   }
 
@@ -151,7 +151,7 @@ TEST_F(SettingsEdit, WhatTheFormatCannotCarryIsRefusedWithTheReason) {
   for (const auto& each : kCases) {
     const std::string path = m_folder.write("edit.conf", "[m]\nl = 1\n");
     EXPECT_THAT(failure([&] { setInConfigFile(path, each.section, each.name, each.value); }),
-                testing::AllOf(HasSubstr("64: "), HasSubstr(each.reason)));
+                testing::AllOf(HasSubstr("usage: "), HasSubstr(each.reason)));
     EXPECT_EQ(zrtest::readFile(path), "[m]\nl = 1\n");
   }
   EXPECT_EQ(set("[m]\nl=1\n", "m", "k", fits), "[m]\nl=1\nk = " + fits + "\n");
@@ -188,7 +188,7 @@ TEST_F(SettingsEdit, AMissingFileIsMadeAlsoBehindALink) {
   std::filesystem::create_symlink("loop", m_folder.file("loop"));
   for (const std::string& bad :
        {m_folder.file("none/x.conf"), m_folder.path().string(), m_folder.file("loop"), std::string("/dev/null")}) {
-    EXPECT_THAT(failure([&] { setInConfigFile(bad, "m", "k", "1"); }), HasSubstr("74: ")) << bad;
+    EXPECT_THAT(failure([&] { setInConfigFile(bad, "m", "k", "1"); }), HasSubstr("file: ")) << bad;
   }
 }
 
@@ -201,7 +201,7 @@ TEST_F(SettingsEdit, AFullDiskLeavesTheOldFile) {
     const rlimit limit{500, 500};
     setrlimit(RLIMIT_FSIZE, &limit);
     const std::string text = failure([&] { setInConfigFile(path, "m", "k", "2"); });
-    _exit(text.starts_with("74: cannot write") ? 0 : 1);
+    _exit(text.starts_with("file: cannot write") ? 0 : 1);
   }
   int status = 0;
   waitpid(child, &status, 0);

@@ -27,7 +27,7 @@ class SettingsFile : public testing::Test {
       const Settings settings(request);
       return "";
     } catch (const zrhost::HostError& error) {
-      return std::to_string(static_cast<int>(error.kind())) + ": " + error.what();
+      return std::string(error.kind() == zrhost::ErrorKind::kUsage ? "usage: " : "file: ") + error.what();
     }
   }
 
@@ -56,7 +56,7 @@ TEST_F(SettingsFile, TheFileIsFoundByOptionThenByEnvironment) {
   EXPECT_EQ(Settings(SettingsRequest{}).file().source, SettingSource::kEnvironment);
   EXPECT_EQ(Settings({two, {}, {}}).number("log", "level"), 2);
   setenv("ZRPOLICY_CONFIG", m_folder.file("none").c_str(), 1);
-  EXPECT_THAT(failure({}), HasSubstr("74: cannot read the settings file " + m_folder.file("none") +
+  EXPECT_THAT(failure({}), HasSubstr("file: cannot read the settings file " + m_folder.file("none") +
                                      " (from ZRPOLICY_CONFIG): No such"));
   EXPECT_THAT(failure({m_folder.path().string(), {}, {}}), HasSubstr("(from --config): it is a folder"));
 }
@@ -76,11 +76,11 @@ TEST_F(SettingsFile, BadValuesAreErrorsThatNameThem) {
       {"[database]\nfile = a\ndsn = b", "[database] file and dsn are both set; give one of them"},
   };
   for (const auto& each : kCases) {
-    EXPECT_THAT(failure(request(each.text)), HasSubstr("64: " + m_folder.file("zr.conf") + ": " + each.error))
+    EXPECT_THAT(failure(request(each.text)), HasSubstr("usage: " + m_folder.file("zr.conf") + ": " + each.error))
         << each.text;
   }
   EXPECT_THAT(failure({"", {{"database.retries", "0"}}, {{"database.retries", "--retries"}}}),
-              HasSubstr("64: --retries: [database] retries"));
+              HasSubstr("usage: --retries: [database] retries"));
   EXPECT_THAT(failure({"", {{"database.file", "a"}, {"database.dsn", "b"}}, {}}), HasSubstr("are both set"));
 }
 

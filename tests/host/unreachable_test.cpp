@@ -37,19 +37,20 @@ TEST(Unreachable, FilesThatCannotBeOpenedAreToldApart) {
   std::ofstream(deep + "/p.db");
   const struct {
     std::string file;
-    int kind;
+    ErrorKind kind;
     const char* text;
   } cases[] = {
-      {folder.file("missing.db"), 69, "there is no such file"},
-      {folder.file("no/folder.db"), 69, "there is no such file"},
-      {folder.path().string(), 69, "it is a folder"},
-      {"/dev/null", 69, "it is no regular file"},
-      {folder.write("text.db", "this is a letter, not a database"), 78, "it is no SQLite database"},
-      {folder.write("head.db", std::string("SQLite format 3\0", 16) + std::string(4096, 'x')), 78,
-       "no SQLite database"},
-      {folder.write("empty.db", ""), 78, "holds no policy database"},
-      {deep + "/p.db", 69, "SQLite takes 510"},
-      {folder.file("link"), 69, "there is no such file"},
+      {folder.file("missing.db"), ErrorKind::kUnreachable, "there is no such file"},
+      {folder.file("no/folder.db"), ErrorKind::kUnreachable, "there is no such file"},
+      {folder.path().string(), ErrorKind::kUnreachable, "it is a folder"},
+      {"/dev/null", ErrorKind::kUnreachable, "it is no regular file"},
+      {folder.write("text.db", "this is a letter, not a database"), ErrorKind::kNotPolicyDatabase,
+       "it is no SQLite database"},
+      {folder.write("head.db", std::string("SQLite format 3\0", 16) + std::string(4096, 'x')),
+       ErrorKind::kNotPolicyDatabase, "no SQLite database"},
+      {folder.write("empty.db", ""), ErrorKind::kNotPolicyDatabase, "holds no policy database"},
+      {deep + "/p.db", ErrorKind::kUnreachable, "SQLite takes 510"},
+      {folder.file("link"), ErrorKind::kUnreachable, "there is no such file"},
   };
   for (const auto& c : cases) {
     const Failure failure = opening(fileOptions(c.file));
@@ -76,7 +77,7 @@ TEST(Unreachable, LockedFileIsGivenUpAndReadAgainAfterwards) {
   for (const Failure& failure : {failureOf([&] { database.revision(); }), failureOf([&] {
                                    PolicyDatabase::init(options, {false, true});
                                  })}) {
-    EXPECT_EQ(failure.kind, 69);
+    EXPECT_EQ(failure.kind, ErrorKind::kUnreachable);
     EXPECT_THAT(failure.text, HasSubstr("is locked by another program"));
   }
   writer.executeSQL("ROLLBACK", ZrDbConnect::SQLTYPE_ANSI);
@@ -113,7 +114,7 @@ TEST(Unreachable, DataSourcesThatDoNotConnectAreToldApart) {
     options.password = c.password;
     options.retryWait = 0;
     const Failure failure = opening(options);
-    EXPECT_EQ(failure.kind, 69) << c.dsn;
+    EXPECT_EQ(failure.kind, ErrorKind::kUnreachable) << c.dsn;
     EXPECT_THAT(failure.text, HasSubstr(c.text));
     EXPECT_THAT(failure.text, HasSubstr("'" + std::string(c.dsn) + "'"));
     EXPECT_THAT(failure.text, Not(HasSubstr("secret")));
@@ -127,7 +128,7 @@ TEST(Unreachable, ConnectionLostBetweenReadsIsReplaced) {
   place->run(
       "SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = current_database() AND pid <> "
       "pg_backend_pid()");
-  EXPECT_EQ(failureOf([&] { database.revision(); }).kind, 69);
+  EXPECT_EQ(failureOf([&] { database.revision(); }).kind, ErrorKind::kUnreachable);
   LoadReport report;
   loadCache(database, {}, report);
   EXPECT_EQ(report.policies, 22u);

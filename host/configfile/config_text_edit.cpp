@@ -1,10 +1,10 @@
-#include "host/settings/config_text_edit.h"
+#include "host/configfile/config_text_edit.h"
 
 #include <algorithm>
 #include <vector>
 
-#include "host/rows/HostError.h"
-#include "host/settings/config_lines.h"
+#include "host/base/HostError.h"
+#include "host/configfile/config_lines.h"
 
 namespace zrhost {
 

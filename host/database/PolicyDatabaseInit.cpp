@@ -8,10 +8,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "host/rows/strict_number.h"
-#include "host/source/PolicyDatabase.h"
-#include "host/source/database_failure_internal.h"
-#include "host/source/session_internal.h"
+#include "host/base/strict_number.h"
+#include "host/base/terminal_text.h"
+#include "host/database/PolicyDatabase.h"
+#include "host/database/database_failure_internal.h"
+#include "host/database/session_internal.h"
 
 namespace zrhost {
 namespace {

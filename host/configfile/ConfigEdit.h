@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/rows/HostError.h"
+#include "host/base/HostError.h"
 
 namespace zrhost {
 

@@ -4,9 +4,9 @@
 #include <string>
 
 #include "db/ZrDataAccess.h"
+#include "host/database/OdbcEntries.h"
+#include "host/database/PolicyDatabase.h"
 #include "host/rows/Rows.h"
-#include "host/source/OdbcEntries.h"
-#include "host/source/PolicyDatabase.h"
 
 namespace zrhost {
 

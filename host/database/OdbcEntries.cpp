@@ -1,4 +1,4 @@
-#include "host/source/OdbcEntries.h"
+#include "host/database/OdbcEntries.h"
 
 #include <array>
 #include <atomic>
@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/rows/HostError.h"
+#include "host/base/HostError.h"
 
 namespace zrhost {
 namespace {

@@ -1,4 +1,4 @@
-#include "host/settings/config_lines.h"
+#include "host/configfile/config_lines.h"
 
 #include <algorithm>
 #include <cctype>
@@ -8,8 +8,8 @@
 #include <memory>
 #include <utility>
 
-#include "host/format/terminal_text.h"
-#include "host/rows/HostError.h"
+#include "host/base/HostError.h"
+#include "host/base/terminal_text.h"
 
 namespace zrhost {
 

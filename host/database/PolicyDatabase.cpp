@@ -1,6 +1,6 @@
-#include "host/source/PolicyDatabase.h"
+#include "host/database/PolicyDatabase.h"
 
-#include "host/source/session_internal.h"
+#include "host/database/session_internal.h"
 
 namespace zrhost {
 namespace {

@@ -1,4 +1,4 @@
-#include "host/rows/strict_number.h"
+#include "host/base/strict_number.h"
 
 #include <charconv>
 

@@ -19,6 +19,9 @@ std::string terminalText(std::string_view text);
 // something was left out. For texts inside messages.
 std::string shortened(std::string_view text, std::size_t mostBytes = 120);
 
+// A text on one line: control characters become blanks. For messages, which are made safe when they are shown.
+std::string oneLine(std::string text);
+
 // How many columns a text that terminalText made takes on a terminal: 2 for wide characters of East Asia and emoji, 0
 // for combining ones, 1 for all others.
 std::size_t displayWidth(std::string_view text);

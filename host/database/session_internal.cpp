@@ -1,4 +1,4 @@
-#include "host/source/session_internal.h"
+#include "host/database/session_internal.h"
 
 #include <algorithm>
 #include <array>
@@ -6,10 +6,11 @@
 #include <filesystem>
 #include <limits>
 
-#include "host/rows/strict_number.h"
-#include "host/source/LibraryErrors.h"
-#include "host/source/database_failure_internal.h"
-#include "host/source/sql_directory.h"
+#include "host/base/strict_number.h"
+#include "host/base/terminal_text.h"
+#include "host/database/database_failure_internal.h"
+#include "host/database/sql_directory.h"
+#include "host/log/LibraryErrors.h"
 
 namespace zrhost {
 namespace {

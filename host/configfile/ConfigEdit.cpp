@@ -1,14 +1,14 @@
-#include "host/settings/ConfigEdit.h"
+#include "host/configfile/ConfigEdit.h"
 
 #include <functional>
 #include <map>
 #include <utility>
 
 #include "config/ConfigFile.h"
-#include "host/format/terminal_text.h"
-#include "host/settings/config_lines.h"
-#include "host/settings/config_text_edit.h"
-#include "host/settings/file_replace.h"
+#include "host/base/terminal_text.h"
+#include "host/configfile/config_lines.h"
+#include "host/configfile/config_text_edit.h"
+#include "host/configfile/file_replace.h"
 
 namespace zrhost {
 

@@ -3,16 +3,10 @@
 #include <string>
 
 #include "db/ZrDataAccess.h"
-#include "host/rows/HostError.h"
-#include "host/source/PolicyDatabase.h"
+#include "host/base/HostError.h"
+#include "host/database/PolicyDatabase.h"
 
 namespace zrhost {
-
-// A text on one line: control characters become blanks.
-std::string oneLine(std::string text);
-
-// "'FILE'" or "data source 'NAME'".
-std::string placeOf(const DatabaseOptions& options);
 
 // Throws unless the file is there, is a file, can be read and begins as an SQLite database (or is empty).
 void checkFile(const std::string& path);

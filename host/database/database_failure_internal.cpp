@@ -1,4 +1,4 @@
-#include "host/source/database_failure_internal.h"
+#include "host/database/database_failure_internal.h"
 
 #include <array>
 #include <cerrno>
@@ -9,7 +9,8 @@
 #include <unistd.h>
 #include <vector>
 
-#include "host/source/LibraryErrors.h"
+#include "host/base/terminal_text.h"
+#include "host/log/LibraryErrors.h"
 
 namespace zrhost {
 namespace {
@@ -131,17 +132,6 @@ class Probe {
 }
 
 }  // namespace
-
-std::string oneLine(std::string text) {
-  for (char& c : text) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
-  }
-  return text;
-}
-
-std::string placeOf(const DatabaseOptions& options) {
-  return options.dsn.empty() ? "'" + options.file + "'" : "data source '" + options.dsn + "'";
-}
 
 void checkFile(const std::string& path) {
   struct stat status {};

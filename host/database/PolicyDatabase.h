@@ -5,23 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "host/rows/HostError.h"
-#include "host/rows/RowSink.h"
+#include "host/base/DatabaseOptions.h"
+#include "host/base/HostError.h"
+#include "host/rows/RowSource.h"
 
 namespace zrhost {
-
-// Where the policy database is and how to reach it. Exactly one of `file` and `dsn` is given.
-struct DatabaseOptions {
-  std::string file;          // an SQLite file
-  std::string dsn;           // an ODBC data source
-  std::string user;          // for the data source; empty: whatever the data source says
-  std::string password;      // never shown
-  std::string sqlDirectory;  // the statement files; empty: findSqlDirectory() (sql_directory.h)
-  int poolSize = 1;          // connections, at least 1
-  int connectTimeout = 5;    // seconds for one attempt to connect
-  int retryWait = 1;         // seconds after each failed attempt
-  int retries = 1;           // attempts, at least 1
-};
 
 struct TableCount {
   std::string table;
@@ -42,11 +30,11 @@ struct InitReport {
 // One policy database over ODBC, through a pool of the library's.
 //
 // Failures arrive as HostError. What the library logged at level 1 on the way is part of the text when the program's
-// log sink hands it over (LibraryErrors.h).
+// log sink hands it over (host/log).
 //
 // Threads: read may run in as many threads at once as the pool has connections; a further one gets kUnreachable. One
 // object at a time in a process; construct and destroy it while the process has a single thread (OdbcEntries.h).
-class PolicyDatabase {
+class PolicyDatabase : public RowSource {
  public:
   // Connects. An SQLite file is never created. Throws HostError
   //   kUsage              neither or both of file and dsn, a pool size or a number of attempts below 1
@@ -55,7 +43,7 @@ class PolicyDatabase {
   //   kNotPolicyDatabase  a file that is no SQLite database
   //   kInputOutput        the private ODBC entries or the statement files cannot be written or read
   explicit PolicyDatabase(const DatabaseOptions& options);
-  ~PolicyDatabase();
+  ~PolicyDatabase() override;
   PolicyDatabase(const PolicyDatabase&) = delete;
   PolicyDatabase& operator=(const PolicyDatabase&) = delete;
 
@@ -69,7 +57,7 @@ class PolicyDatabase {
   // Throws what the sink throws, and HostError
   //   kNotPolicyDatabase  no tables, other tables, no revision row, a newer schema version than this program knows
   //   kUnreachable        the connection was lost, the file stayed locked for 5 s, no connection is idle
-  Revision read(RowSink& sink);
+  Revision read(RowSink& sink) override;
 
   // Only the revision, at the price of one small statement; throws as read does.
   Revision revision();

@@ -1,4 +1,4 @@
-#include "cli/log_sink.h"
+#include "host/log/LogSink.h"
 
 #include <algorithm>
 #include <atomic>
@@ -8,8 +8,8 @@
 #include <string>
 #include <unistd.h>
 
-#include "host/format/terminal_text.h"
-#include "host/source/LibraryErrors.h"
+#include "host/base/terminal_text.h"
+#include "host/log/LibraryErrors.h"
 #include "support/PolicyLog.h"
 #include "vexa/VexaLog.h"
 
@@ -44,7 +44,7 @@ void show(VEXA::VEXALogLevel level, std::string text) {
 
 }  // namespace
 
-void zrcli::setLogLevel(int level) {
+void zrhost::setLogLevel(int level) {
   g_shownLevel = level;
   PolicyLog::ms_level = std::max(level, static_cast<int>(PolicyLog::LEVEL_ERROR));
 }

@@ -1,4 +1,4 @@
-#include "host/format/terminal_text.h"
+#include "host/base/terminal_text.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -83,6 +83,13 @@ std::string shortened(std::string_view text, std::size_t mostBytes) {
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
   U8_SET_CP_START(bytes, 0, end);
   return terminalText(text.substr(0, end)) + "...";
+}
+
+std::string oneLine(std::string text) {
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
+  }
+  return text;
 }
 
 std::size_t displayWidth(std::string_view text) {

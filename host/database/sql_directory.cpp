@@ -1,10 +1,10 @@
-#include "host/source/sql_directory.h"
+#include "host/database/sql_directory.h"
 
 #include <filesystem>
 #include <fstream>
 #include <vector>
 
-#include "host/rows/HostError.h"
+#include "host/base/HostError.h"
 
 namespace zrhost {
 namespace {

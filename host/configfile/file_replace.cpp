@@ -1,4 +1,4 @@
-#include "host/settings/file_replace.h"
+#include "host/configfile/file_replace.h"
 
 #include <cerrno>
 #include <chrono>
@@ -11,8 +11,8 @@
 #include <thread>
 #include <unistd.h>
 
-#include "host/format/terminal_text.h"
-#include "host/rows/HostError.h"
+#include "host/base/HostError.h"
+#include "host/base/terminal_text.h"
 
 namespace zrhost {
 

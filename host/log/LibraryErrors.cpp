@@ -1,4 +1,4 @@
-#include "host/source/LibraryErrors.h"
+#include "host/log/LibraryErrors.h"
 
 #include <string_view>
 #include <utility>
