@@ -52,6 +52,7 @@ class CountingSink : public zrhost::RowSink {
   void onPolicy(zrhost::PolicyRow&) override { ++rows; }
   void onRule(zrhost::RuleRow&) override { ++rows; }
   void onLink(zrhost::LinkRow&) override { ++rows; }
+  void onMember(zrhost::MemberRow&) override { ++rows; }
 
   std::int64_t rows = 0;
 };

@@ -176,6 +176,11 @@ void CacheSink::onLink(LinkRow& row) {
   countRow();
 }
 
+// A cache knows no members.
+void CacheSink::onMember(MemberRow&) {
+  countRow();
+}
+
 void CacheSink::refuse(const char* table, const std::string& key, const std::string& reason) {
   ++m_report.refused;
   const RefusedRow refused{table, key, reason};

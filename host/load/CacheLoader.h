@@ -52,6 +52,7 @@ class CacheSink : public RowSink {
   void onPolicy(PolicyRow& row) override;
   void onRule(RuleRow& row) override;
   void onLink(LinkRow& row) override;
+  void onMember(MemberRow& row) override;
 
  private:
   void refuse(const char* table, const std::string& key, const std::string& reason);

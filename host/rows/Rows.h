@@ -41,6 +41,12 @@ struct LinkRow {
   Field priority;
 };
 
+// A user's membership of a group, for programs that are told a user only.
+struct MemberRow {
+  Field groupName;
+  Field userName;
+};
+
 // The state of a policy database. Two equal values name the same content: `revision` rises with every change, in the
 // transaction of that change, and `epoch` is a random text made when the database was created, so that a database that
 // was restored or made anew is not taken for the old one.
