@@ -77,6 +77,11 @@ void printError(std::string_view text) noexcept {
   }
 }
 
+void printWarnings(const std::vector<std::string>& texts) {
+  for (const std::string& text : texts)
+    printError("warning: " + text);
+}
+
 bool LineReader::next(std::string& line) {
   std::size_t end = m_buffer.find('\n', m_scanned);
   while (end == std::string::npos) {

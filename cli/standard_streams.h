@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zrcli {
 
@@ -27,6 +28,9 @@ class StandardOutput {
 
 // One line on standard error: "zrpolicy: TEXT", the text made safe for a terminal. Never fails.
 void printError(std::string_view text) noexcept;
+
+// "zrpolicy: warning: TEXT" for each of them.
+void printWarnings(const std::vector<std::string>& texts);
 
 // Lines of standard input, of any length and bytes; a carriage return before the line feed belongs to the line's end,
 // and the last line needs no end.
