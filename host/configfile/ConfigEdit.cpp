@@ -48,9 +48,8 @@ ConfigEditResult apply(const std::string& path, const Edit& edit) {
   ConfigSections expected = old ? readConfigSections(target) : ConfigSections();
   edit.meaning(expected);
 
-  Replacement file(target);
+  Replacement file(target, old);
   file.write(newText);
-  file.takeOver(old);
   requireMeaning(file.path(), expected, path);
   file.commit();
   lock.flush();

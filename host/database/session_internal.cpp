@@ -41,7 +41,8 @@ std::string databaseKind(ZrDbConnect& connection) {
 Source::Source(const DatabaseOptions& wanted)
     : options(checked(wanted)),
       m_sqlDirectory(options.sqlDirectory.empty() ? findSqlDirectory() : options.sqlDirectory),
-      m_entries(options.dsn.empty() ? OdbcEntries::forFile(options.file) : OdbcEntries::forDsn(options.dsn)) {
+      m_entries(options.dsn.empty() ? OdbcEntries::forFile(options.file) : OdbcEntries::forDsn(options.dsn)),
+      m_alias(m_entries.dsn(), placeOf(options)) {
   if (m_sqlDirectory.back() != '/') m_sqlDirectory += '/';
   connect();
   findStatements();

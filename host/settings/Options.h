@@ -13,7 +13,7 @@ struct DatabaseSection : DatabaseOptions {
 
 // [log]
 struct LogSection {
-  int level = 0;  // 0 nothing, 1 errors, up to 4 every step
+  int level = 0;  // 0 nothing, 1 errors, 2 warnings, 3 what is done, 4 every step
 };
 
 // What the settings of a run come to, typed, one member a section: a setting that there is not does not compile. A

@@ -81,7 +81,7 @@ constexpr SettingDefinition kDefinitions[] = {
     {"log",
      "level",
      number<&Options::log, &LogSection::level>(0, 4),
-     "What is logged: 0 nothing, 1 errors, up to 4 every step.",
+     "What is logged: 0 nothing, 1 errors, 2 warnings, 3 what is done, 4 every step.",
      {"--log-level", "LEVEL", kGeneral}},
 };
 
