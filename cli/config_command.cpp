@@ -65,23 +65,16 @@ zrhost::SettingsFile fileOf(const CommandContext& context) {
   return zrhost::findSettingsFile(context.settings.configFile);
 }
 
-int finish(const std::string& text, int status) {
-  StandardOutput output;
-  output.write(text);
-  output.close();
-  return status;
-}
-
 int show(const CommandContext& context, const Arguments& wanted) {
   const zrhost::Settings settings(context.settings);
   printWarnings(settings.warnings());
-  return finish(settingsTable(settings, wanted.section), kOk);
+  return printAll(settingsTable(settings, wanted.section));
 }
 
 int get(const CommandContext& context, const Arguments& wanted) {
   const zrhost::SettingsFile file = fileOf(context);
   const auto value = zrhost::settingInFile(file, wanted.section, wanted.name);
-  if (value) return finish(*value + '\n', kOk);
+  if (value) return printAll(*value + '\n');
   printError(zrhost::settingTitle(wanted.section, wanted.name) + " is not set in " + file.path);
   return kNothing;
 }
@@ -92,21 +85,22 @@ int check(const CommandContext& context, const Arguments&) {
   for (const zrhost::ConfigFinding& finding : zrhost::checkConfigFile(path)) {
     text += terminalText(path) + ':' + std::to_string(finding.line) + ": " + finding.text + '\n';
   }
-  const int status = text.empty() ? kOk : kNothing;
-  return finish(text.empty() ? terminalText(path) + ": no findings\n" : text, status);
+  const bool isFine = text.empty();
+  printAll(isFine ? terminalText(path) + ": no findings\n" : text);
+  return isFine ? kOk : kNothing;
 }
 
 int set(const CommandContext& context, const Arguments& wanted) {
   const auto change = zrhost::setInFile(fileOf(context), wanted.section, wanted.name, wanted.value);
   printWarnings(change.warnings);
-  return finish(change.edit.created ? "made " + terminalText(change.edit.path) + '\n' : "", kOk);
+  return printAll(change.edit.created ? "made " + terminalText(change.edit.path) + '\n' : "");
 }
 
 int unset(const CommandContext& context, const Arguments& wanted) {
   const zrhost::SettingsFile file = fileOf(context);
   const zrhost::ConfigEditResult edit = zrhost::unsetInFile(file, wanted.section, wanted.name);
   const std::string title = zrhost::settingTitle(wanted.section, wanted.name);
-  return finish(edit.changed ? "" : title + " was not set in " + terminalText(file.path) + '\n', kOk);
+  return printAll(edit.changed ? "" : title + " was not set in " + terminalText(file.path) + '\n');
 }
 
 using Action = int (*)(const CommandContext&, const Arguments&);
@@ -131,7 +125,7 @@ void addPlace(CLI::App& command, const std::shared_ptr<Arguments>& arguments) {
 void addConfigCommand(CLI::App& program, CommandContext& context) {
   CLI::App* config = program.add_subcommand("config", kDescription);
   config->footer(kFooter);
-  config->require_subcommand(1);
+  config->require_subcommand(0, 1);
   const auto arguments = std::make_shared<Arguments>();
 
   CLI::App* command = addAction(*config, context, "show", kShow, arguments, show);
