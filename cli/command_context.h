@@ -15,7 +15,7 @@ struct CommandContext {
   // --strict: the first row that cannot be used ends the load.
   bool strict = false;
 
-  // What the chosen subcommand does; answers the exit status of the process. Failures are thrown as
+  // What the chosen subcommand does; returns the exit status of the process. Failures are thrown as
   // zrhost::HostError. Set by the subcommand's callback, called once the whole command line has been read.
   std::function<int()> run;
 };

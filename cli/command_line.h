@@ -2,7 +2,7 @@
 
 namespace zrcli {
 
-// Reads the command line, does what it says and answers the exit status. Every failure is one line on standard error.
+// Reads the command line, does what it says and returns the exit status. Every failure is one line on standard error.
 int runCommandLine(int argc, char** argv) noexcept;
 
 }  // namespace zrcli

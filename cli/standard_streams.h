@@ -30,7 +30,7 @@ class StandardOutput {
   std::string m_buffer;
 };
 
-// All of the output of a command; answers the exit status of success.
+// All of the output of a command; returns the exit status of success.
 int printAll(std::string_view text);
 
 // Text on standard error as it stands. Never fails.

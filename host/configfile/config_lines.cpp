@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <memory>
+#include <fcntl.h>
 #include <utility>
 
+#include "host/base/FileDescriptor.h"
 #include "host/base/HostError.h"
 #include "host/base/terminal_text.h"
 
@@ -135,17 +135,10 @@ ConfigEntry entryAt(const std::vector<ConfigLine>& lines, std::size_t first) {
 }
 
 std::string readConfigText(const std::string& path) {
-  struct Close {
-    void operator()(FILE* file) const { std::fclose(file); }
-  };
-  const std::unique_ptr<FILE, Close> file(std::fopen(path.c_str(), "re"));
-  std::string text;
-  char buffer[16384];
-  std::size_t count = 0;
-  while (file && (count = std::fread(buffer, 1, sizeof buffer, file.get())) > 0)
-    text.append(buffer, count);
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   // A folder opens, and its reading is what fails.
-  if (file && std::ferror(file.get()) == 0) return text;
+  auto text = file ? file.read(std::string::npos) : std::nullopt;
+  if (text) return std::move(*text);
   throw HostError(ErrorKind::kInputOutput, "cannot read " + terminalText(path) + ": " + std::strerror(errno));
 }
 

@@ -18,7 +18,7 @@ struct TextKind {
   static constexpr bool kEmptyCounts = false;
   std::string& (*member)(Options&);
 
-  // Stores the value, or answers what the text is not: "not a whole number ...".
+  // Stores the value, or returns what the text is not: "not a whole number ...".
   std::optional<std::string> store(std::string_view text, Options& options) const;
   // The value that `options` have, as a file would have it.
   std::string shown(Options& options) const { return member(options); }

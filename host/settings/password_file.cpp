@@ -1,6 +1,5 @@
 #include "host/settings/password_file.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -38,28 +37,14 @@ void requirePrivate(const FileDescriptor& file, const std::string& path) {
   }
 }
 
-// Files and pipes alike, up to two bytes more than a password may have: a line's end may follow.
-std::string readStart(const FileDescriptor& file, const std::string& path) {
-  std::string text(kLongestPassword + 2, '\0');
-  std::size_t size = 0;
-  while (size < text.size()) {
-    const ssize_t count = read(file.get(), text.data() + size, text.size() - size);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) refuse(path, std::strerror(errno));
-    if (count == 0) break;
-    size += static_cast<std::size_t>(count);
-  }
-  text.resize(size);
-  return text;
-}
-
 }  // namespace
 
 std::string readPasswordFile(const std::string& path) {
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
   requirePrivate(file, path);
-  std::string password = readStart(file, path);
-  password.erase(std::min(password.find('\n'), password.size()));
+  const auto start = file.read(kLongestPassword + 2);  // a line's end may follow
+  if (!start) refuse(path, std::strerror(errno));
+  std::string password = start->substr(0, start->find('\n'));
   if (password.ends_with('\r')) password.pop_back();
   if (password.size() > kLongestPassword) refuse(path, "its first line is no password, it is too long");
   if (password.find('\0') != std::string::npos) refuse(path, "its first line is no password, it holds a zero byte");
