@@ -47,8 +47,6 @@ TEST(Usage, WrongCommandLineIsOneLineThatNamesWhatIsWrong) {
       {{"lookup", "--database", "x", "--stdin", "--all"}, "--stdin"},
       {{"lookup", "--database=", "--all"}, "--database"},
       {{"lookup", "--database", "x", "--dsn", "y", "--all"}, "--dsn"},
-      {{"load", "--database", "x", "--pool-size", "0"}, "--pool-size"},
-      {{"load", "--database", "x", "--retries", "99999999999999999999"}, "--retries"},
       {{"load", "--database", "x", "--log-level", "5"}, "--log-level"},
       {{"load", "--database", "x", "--database", "y"}, "--database"},
       {{"load", "--dsn", "x", "--password-file", "/etc/passwd"}, "others may read or write it"},
@@ -61,19 +59,19 @@ TEST(Usage, ShortUsageIsShownWhereNothingIsToBeDone) {
   const struct {
     Words words;
     int status;  // of 64 the usage goes to standard error
-    std::vector<std::string> lines;
+    const char *usage, *line;
   } cases[] = {
-      {{}, 64, {"usage: zrpolicy COMMAND [OPTION...]\n", "  lookup                    Ask which policies apply\n"}},
-      {{"config"}, 64, {"usage: zrpolicy config COMMAND [OPTION...]\n", "  unset   "}},
-      {{"help"}, 0, {"usage: zrpolicy COMMAND [OPTION...]\n", "  config   "}},
-      {{"help", "lookup"}, 0, {"usage: zrpolicy lookup [OPTION...]\n", "  --user NAME               The policies of"}},
-      {{"help", "config", "set"}, 0, {"usage: zrpolicy config set [OPTION...] SECTION NAME VALUE\n", "  VALUE   "}},
+      {{}, 64, "COMMAND [OPTION...]\n", "\n  lookup                    Ask which policies apply\n"},
+      {{"config"}, 64, "config COMMAND [OPTION...]\n", "\n  unset   "},
+      {{"help"}, 0, "COMMAND [OPTION...]\n", "\n  config   "},
+      {{"help", "lookup"}, 0, "lookup [OPTION...]\n", "\n  --user NAME               The policies of this user\n"},
+      {{"help", "config", "set"}, 0, "config set [OPTION...] SECTION NAME VALUE\n", "\n  VALUE   "},
   };
   for (const auto& each : cases) {
     const CommandResult result = runCommand(each.words);
     EXPECT_EQ(result.status, each.status);
-    for (const std::string& line : each.lines)
-      EXPECT_THAT(each.status == 0 ? result.out : result.err, HasSubstr(line));
+    EXPECT_THAT(each.status == 0 ? result.out : result.err,
+                testing::AllOf(StartsWith(std::string("usage: zrpolicy ") + each.usage), HasSubstr(each.line)));
     EXPECT_EQ(each.status == 0 ? result.err : result.out, "");
   }
 }
