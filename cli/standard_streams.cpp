@@ -13,7 +13,7 @@ namespace zrcli {
 
 namespace {
 
-constexpr std::size_t kBlock = 64 * 1024;
+constexpr std::size_t kBlock = 65536;
 
 [[noreturn]] void fail(const std::string& what, const char* advice) {
   const std::string reason = std::strerror(errno);
