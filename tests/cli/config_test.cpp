@@ -71,10 +71,14 @@ TEST_F(Config, WhatCannotBeIsRefusedAndTheFileStays) {
 }
 
 TEST_F(Config, CommandsTakeTheirSettingsFromTheFileAndWarnOfIt) {
-  ASSERT_EQ(run({"set", "database", "file", m_folder.file("policies.db")}).status, 0);
+  const std::string database = m_folder.file("policies.db");
+  ASSERT_EQ(run({"set", "database", "file", database}).status, 0);
   EXPECT_EQ(run({"check"}).status, 0);
   EXPECT_EQ(runCommand({"init", "--sample", "--config", m_path}).status, 0);
-  EXPECT_EQ(runCommand({"lookup", "--default", "--config", m_path}).status, 0);
+  const CommandResult looked = runCommand({"lookup", "--default", "--log-level", "4", "--config", m_path});
+  EXPECT_EQ(looked.status, 0);
+  EXPECT_THAT(looked.err, testing::ContainsRegex("^[0-9]+\\.[0-9]+ T ZrDataAccess::init")) << "when, how grave, what";
+  EXPECT_THAT(looked.err, HasSubstr("m_dsn='" + database + "' m_user=")) << "the name that the user knows";
   const CommandResult both = run({"set", "database", "dsn", "main"});
   EXPECT_EQ(both.status, 0) << "a change in two steps must be possible";
   EXPECT_EQ(both.err, "zrpolicy: warning: " + m_path + ": [database] file and dsn are both set; give one of them\n");
