@@ -35,7 +35,8 @@ class ScriptedRow : public zrtest::Scripted {
                        1}};
     connect.executeSQL("select", ZrDbConnect::SQLTYPE_ANSI);
     const std::string text = thrown([&] { connect.fetchNextRow(); });
-    return text.empty() ? connect.getColVal("VALUE") : text;
+    if (!text.empty()) return text;
+    return connect.m_mapColumn.at("VALUE")->m_isNull ? "(NULL)" : connect.getColVal("VALUE");
   }
 
   ZrDbConnect connect;
@@ -49,7 +50,8 @@ TEST_F(ScriptedRow, WideTextIsJoinedAndBecomesUtf8) {
   const std::u16string half = large.substr(1) + u'\xD83D';
   for (const Case& c :
        std::vector<Case>{{"scripts", {{units(u"\u03B1\u4E2D"), 4, SQL_SUCCESS}}, "\xCE\xB1\xE4\xB8\xAD"},
-                         {"NULL", {{"", SQL_NULL_DATA, SQL_SUCCESS}}, ""},
+                         {"NULL", {{"", SQL_NULL_DATA, SQL_SUCCESS}}, "(NULL)"},
+                         {"empty", {{units(u""), 0, SQL_SUCCESS}}, ""},
                          {"surrogates cut by the border",
                           {{units(half), 262144, SQL_SUCCESS_WITH_INFO}, {units(u"\xDE00!"), 4, SQL_SUCCESS}},
                           largeUtf8.substr(2) + "\xF0\x9F\x98\x80!"},
@@ -86,15 +88,17 @@ TEST_F(ScriptedRow, WideTextThatCannotBeConvertedIsReported) {
 
 TEST_F(ScriptedRow, TextIsJoinedAsTheDriverGivesItAndAFailureIsNoEndOfRows) {
   const std::string full(65535, 'x');
-  for (const Case& c :
-       std::vector<Case>{{"long", {{full + '\0', 70000, SQL_SUCCESS_WITH_INFO}, {"end", 3, SQL_SUCCESS}}, full + "end"},
-                         {"NULL: the buffer of the column before is cleared", {{"", SQL_NULL_DATA, SQL_SUCCESS}}, ""},
-                         {"no total, not terminated", {{"abc", SQL_NO_TOTAL, SQL_SUCCESS}}, "abc"},
-                         {"up to a zero", {{std::string("ab\0c", 4), 4, SQL_SUCCESS}}, "ab"},
-                         {"no data", {}, "Failed to fetch char data"},
-                         {"more is said, and nothing comes",
-                          {{full + '\0', SQL_NO_TOTAL, SQL_SUCCESS_WITH_INFO}},
-                          "Failed to fetch char data"}})
+  for (const Case& c : std::vector<Case>{
+           {"long", {{full + '\0', 70000, SQL_SUCCESS_WITH_INFO}, {"end", 3, SQL_SUCCESS}}, full + "end"},
+           {"NULL: the buffer of the column before is cleared", {{"", SQL_NULL_DATA, SQL_SUCCESS}}, "(NULL)"},
+           {"empty", {{std::string(1, '\0'), 0, SQL_SUCCESS}}, ""},
+           {"a NULL that brings a text is none", {{"abc", SQL_NULL_DATA, SQL_SUCCESS}}, "abc"},
+           {"no total, not terminated", {{"abc", SQL_NO_TOTAL, SQL_SUCCESS}}, "abc"},
+           {"up to a zero", {{std::string("ab\0c", 4), 4, SQL_SUCCESS}}, "ab"},
+           {"no data", {}, "Failed to fetch char data"},
+           {"more is said, and nothing comes",
+            {{full + '\0', SQL_NO_TOTAL, SQL_SUCCESS_WITH_INFO}},
+            "Failed to fetch char data"}})
     EXPECT_EQ(read(SQL_DECIMAL, c.pieces), c.text) << c.what;
   EXPECT_GT(script.count("GetData 2 1 65536"), 0);
   script.faults = {{"Fetch", {1, SQL_ERROR}}};

@@ -49,8 +49,10 @@ TEST_P(Database, ValuesOfAnyKindAndLengthComeBackWhole) {
   const bool sqlite = GetParam() == Kind::kSqlite;
   ASSERT_EQ(run(std::string("CREATE TABLE t (n INTEGER, s TEXT, big BIGINT, b ") + (sqlite ? "BLOB)" : "BYTEA)")), "");
   const std::string bytes = sqlite ? "x'00ff'" : "'\\x00ff'";
-  ASSERT_EQ(run("INSERT INTO t VALUES (1, '" + large + "', 9000000000, " + bytes + "), (NULL, NULL, NULL, NULL)"), "");
-  EXPECT_EQ(connect->getRowCount(), 2);
+  ASSERT_EQ(run("INSERT INTO t VALUES (1, '" + large + "', 9000000000, " + bytes +
+                "), (NULL, NULL, NULL, NULL), (2, '', 2, NULL)"),
+            "");
+  EXPECT_EQ(connect->getRowCount(), 3);
   ASSERT_EQ(run("SELECT n, s, big, b, 'x' AS after FROM t"), "");
   ASSERT_EQ(connect->fetchNextRow(), 0);
   EXPECT_EQ(connect->getColValInt("N"), 1);
@@ -58,8 +60,13 @@ TEST_P(Database, ValuesOfAnyKindAndLengthComeBackWhole) {
   EXPECT_EQ(connect->getColValLongLong("big"), 9000000000LL);
   EXPECT_STREQ(connect->getColVal("b"), "BINARY DATA");
   ASSERT_EQ(connect->fetchNextRow(), 0);
-  for (const char* name : {"n", "s", "big"})
+  for (const char* name : {"n", "s", "big"}) {
     EXPECT_STREQ(connect->getColVal(name), "");
+    EXPECT_TRUE(connect->m_mapColumn.at(name)->m_isNull) << name;
+  }
+  ASSERT_EQ(connect->fetchNextRow(), 0);
+  EXPECT_STREQ(connect->getColVal("s"), "");  // there, and empty
+  EXPECT_FALSE(connect->m_mapColumn.at("S")->m_isNull);
   EXPECT_EQ(connect->fetchNextRow(), 1);
   EXPECT_STREQ(connect->getColVal("after"), "x");  // the last row stays
   EXPECT_EQ(connect->fetchNextResultSet(), 1);
