@@ -44,7 +44,7 @@ ZR_VECTOR_TARGET void storeGroups(unsigned char* to, Vector bytes) {
 }  // namespace
 }  // namespace zr::base64
 
-#include "support/base64_vectors.inc"
+#include "support/base64_vectors.inl"
 
 const zr::base64::Path zr::base64::kAvx2{"AVX2", encodeVectors, decodeVectors};
 #endif

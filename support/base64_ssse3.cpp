@@ -35,7 +35,7 @@ ZR_VECTOR_TARGET void storeGroups(unsigned char* to, Vector bytes) {
 }  // namespace
 }  // namespace zr::base64
 
-#include "support/base64_vectors.inc"
+#include "support/base64_vectors.inl"
 
 const zr::base64::Path zr::base64::kSsse3{"SSSE3", encodeVectors, decodeVectors};
 #endif

@@ -196,6 +196,15 @@ TEST_F(ScriptedConnection, StreamsAreSentAsBase64InChunksWhereTheyHaveData) {
                                         "ParamData", "ParamData", "ParamData", "PutData eA== 4", "ParamData"));
 }
 
+TEST_F(ScriptedConnection, StatementWithParametersNeedsNoMemoryOfTheLibrary) {
+  ASSERT_EQ(open(), "");
+  const std::ifstream* null = nullptr;
+  failing = {1};
+  EXPECT_EQ(thrown([&] { connect.executeSQL("?, ?", ZrDbConnect::SQLTYPE_ANSI, null, null); }), "");
+  failing = {};
+  EXPECT_EQ(script.count("ParamData"), 3);
+}
+
 TEST_F(ScriptedConnection, WideStatementArrivesAsUtf16OrNotAtAll) {
   ASSERT_EQ(open(), "");
   EXPECT_EQ(run("\xC3\xA9\xF0\x9F\x98\x80", ZrDbConnect::SQLTYPE_UNICODE), "");
