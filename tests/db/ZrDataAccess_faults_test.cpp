@@ -1,9 +1,6 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "db/ZrDataAccess.h"
 #include "db/scripted_odbc.h"
-#include "db/thrown.h"
 
 namespace {
 
@@ -12,9 +9,9 @@ using zrtest::failing;
 using zrtest::script;
 using zrtest::thrown;
 
-class ScriptedPool : public zrtest::Scripted {
+class Pool : public zrtest::Connection {
  protected:
-  ScriptedPool() { pool.setDbReconnectTrial(1); }
+  Pool() { pool.setDbReconnectTrial(1); }
   std::string init(int size) {
     return thrown([&] { pool.init("", size, "source", "user", "word"); });
   }
@@ -22,7 +19,7 @@ class ScriptedPool : public zrtest::Scripted {
   ZrDataAccess pool;
 };
 
-TEST_F(ScriptedPool, ConnectionsAreLentInTheOrderOfTheirReturn) {
+TEST_F(Pool, ConnectionsAreLentInTheOrderOfTheirReturn) {
   EXPECT_EQ(thrown([&] { pool.getConnect(); }), "Connection pool is not ready.");
   EXPECT_EQ(init(0), "NULL or 0 parameters");
   EXPECT_EQ(thrown([&] { pool.init(nullptr, 1, "", "", ""); }), "NULL or 0 parameters");
@@ -43,7 +40,7 @@ TEST_F(ScriptedPool, ConnectionsAreLentInTheOrderOfTheirReturn) {
               testing::Contains("ZrDataAccess::init() m_strConnectString= m_dsn=source m_user=user m_pass=word\n"));
 }
 
-TEST_F(ScriptedPool, PoolThatCannotBeBuiltIsEmpty) {
+TEST_F(Pool, PoolThatCannotBeBuiltIsEmpty) {
   script.faults = {{"Connect", {3, SQL_ERROR}}};
   EXPECT_EQ(init(3), "Failed to create connection.");
   EXPECT_TRUE(script.handles.empty());
@@ -54,7 +51,7 @@ TEST_F(ScriptedPool, PoolThatCannotBeBuiltIsEmpty) {
   EXPECT_THAT(log.texts(1), ElementsAre("Failed to allocate ZrDbConnect instance."));
 }
 
-TEST_F(ScriptedPool, BrokenConnectionStaysUntilItsReplacementConnects) {
+TEST_F(Pool, BrokenConnectionStaysUntilItsReplacementConnects) {
   ASSERT_EQ(init(2), "");
   ZrDbConnect* broken = pool.getConnect();
   broken->m_state = 6;

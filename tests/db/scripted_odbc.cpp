@@ -7,13 +7,6 @@
 #include <new>
 #include <unistd.h>
 
-SQLRETURN zrtest::ScriptedOdbc::enter(const std::string& call, const std::string& arguments) {
-  if (call == throwsIn) throw 42;
-  calls.push_back(arguments.empty() ? call : call + " " + arguments);
-  const auto fault = faults.find(call);
-  return fault != faults.end() && --fault->second.first == 0 ? fault->second.second : SQL_SUCCESS;
-}
-
 int zrtest::ScriptedOdbc::count(const std::string& call) const {
   const auto isCall = [&](const std::string& line) { return (line + " ").rfind(call + " ", 0) == 0; };
   return static_cast<int>(std::count_if(calls.begin(), calls.end(), isCall));
@@ -24,19 +17,8 @@ using zrtest::script;
 
 namespace {
 
-std::string words(std::initializer_list<long long> numbers) {
-  std::string text;
-  for (const long long number : numbers)
-    text += (text.empty() ? "" : " ") + std::to_string(number);
-  return text;
-}
-
 void copy(void* to, const std::string& text) {
   std::memcpy(to, text.c_str(), text.size() + 1);
-}
-
-const char* text(const SQLCHAR* bytes) {
-  return reinterpret_cast<const char*>(bytes);
 }
 
 bool isOfTheLibrary(void* address) {
@@ -66,23 +48,20 @@ void* operator new(std::size_t size) {
 void* operator new[](std::size_t size) {
   return allocate(size, __builtin_return_address(0));
 }
-void operator delete(void* memory) noexcept {
-  std::free(memory);
+// The counterparts free what malloc gave, which the address sanitizer would take for a mistake.
+extern "C" const char* __asan_default_options() {
+  return "alloc_dealloc_mismatch=0";
 }
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
+
+#define CALL(name, parameters, ...)                        \
+  SQLRETURN SQL##name parameters {                         \
+    return script.enter(#name __VA_OPT__(, ) __VA_ARGS__); \
+  }
 
 extern "C" {
 
 unsigned sleep(unsigned seconds) {
-  script.enter("sleep", std::to_string(seconds));
+  script.enter("sleep", seconds);
   return 0;
 }
 
@@ -97,24 +76,17 @@ SQLRETURN SQLFreeHandle(SQLSMALLINT type, SQLHANDLE handle) {
   if (script.handles.erase(handle) != 1) ++script.wrongFrees;
   return script.enter("FreeHandle" + std::to_string(type));
 }
-SQLRETURN SQLSetEnvAttr(SQLHENV, SQLINTEGER name, SQLPOINTER value, SQLINTEGER length) {
-  return script.enter("SetEnvAttr", words({name, static_cast<long long>(reinterpret_cast<intptr_t>(value)), length}));
-}
+CALL(SetEnvAttr, (SQLHENV, SQLINTEGER name, SQLPOINTER value, SQLINTEGER length), name, value, length)
 SQLRETURN SQLSetConnectOption(SQLHDBC, SQLUSMALLINT option, SQLULEN value) {
-  script.enter("SetConnectOption", words({option, static_cast<long long>(value)}));
+  script.enter("SetConnectOption", option, value);
   return SQL_ERROR;  // drivers may not know it
 }
-SQLRETURN SQLConnect(SQLHDBC, SQLCHAR* dsn, SQLSMALLINT n1, SQLCHAR* user, SQLSMALLINT n2, SQLCHAR* password,
-                     SQLSMALLINT n3) {
-  return script.enter("Connect",
-                      std::string(text(dsn)) + " " + text(user) + " " + text(password) + " " + words({n1, n2, n3}));
-}
-SQLRETURN SQLDisconnect(SQLHDBC) {
-  return script.enter("Disconnect");
-}
+CALL(Connect, (SQLHDBC, SQLCHAR* dsn, SQLSMALLINT n1, SQLCHAR* user, SQLSMALLINT n2, SQLCHAR* word, SQLSMALLINT n3),
+     dsn, user, word, n1, n2, n3)
+CALL(Disconnect, (SQLHDBC))
 SQLRETURN SQLGetInfo(SQLHDBC, SQLUSMALLINT kind, SQLPOINTER value, SQLSMALLINT size, SQLSMALLINT*) {
   copy(value, script.dbms);
-  return script.enter("GetInfo", words({kind, size}));
+  return script.enter("GetInfo", kind, size);
 }
 SQLRETURN SQLGetDiagRec(SQLSMALLINT, SQLHANDLE, SQLSMALLINT record, SQLCHAR* state, SQLINTEGER* native,
                         SQLCHAR* message, SQLSMALLINT size, SQLSMALLINT*) {
@@ -126,23 +98,21 @@ SQLRETURN SQLGetDiagRec(SQLSMALLINT, SQLHANDLE, SQLSMALLINT record, SQLCHAR* sta
 }
 SQLRETURN SQLFreeStmt(SQLHSTMT, SQLUSMALLINT option) {
   if (option == SQL_RESET_PARAMS) script.parameters = 0;
-  return script.enter("FreeStmt", words({option}));
+  return script.enter("FreeStmt", option);
 }
 SQLRETURN SQLBindParameter(SQLHSTMT, SQLUSMALLINT number, SQLSMALLINT direction, SQLSMALLINT cType, SQLSMALLINT sqlType,
                            SQLULEN size, SQLSMALLINT digits, SQLPOINTER value, SQLLEN length, SQLLEN* indicator) {
   script.parameters = number;
-  return script.enter("BindParameter",
-                      words({number, direction, cType, sqlType, static_cast<long long>(size), digits,
-                             static_cast<long long>(reinterpret_cast<intptr_t>(value)), length, *indicator}));
+  return script.enter("BindParameter", number, direction, cType, sqlType, size, digits, value, length, *indicator);
 }
 SQLRETURN SQLExecDirect(SQLHSTMT, SQLCHAR* sql, SQLINTEGER length) {
-  return executed(script.enter("ExecDirect", text(sql) + (" " + words({length}))));
+  return executed(script.enter("ExecDirect", sql, length));
 }
 SQLRETURN SQLExecDirectW(SQLHSTMT, SQLWCHAR* sql, SQLINTEGER length) {
   std::string units;
   for (; *sql != 0; ++sql)
     units += std::to_string(*sql) + " ";
-  return executed(script.enter("ExecDirectW", units + words({length})));
+  return executed(script.enter("ExecDirectW", units + std::to_string(length)));
 }
 SQLRETURN SQLParamData(SQLHSTMT, SQLPOINTER* token) {
   const SQLRETURN code = script.enter("ParamData");
@@ -150,9 +120,7 @@ SQLRETURN SQLParamData(SQLHSTMT, SQLPOINTER* token) {
   *token = reinterpret_cast<SQLPOINTER>(++script.asked);
   return SQL_NEED_DATA;
 }
-SQLRETURN SQLPutData(SQLHSTMT, SQLPOINTER data, SQLLEN length) {
-  return script.enter("PutData", std::string(static_cast<char*>(data), 4) + " " + words({length}));
-}
+CALL(PutData, (SQLHSTMT, SQLPOINTER data, SQLLEN length), std::string(static_cast<char*>(data), 4), length)
 SQLRETURN SQLNumResultCols(SQLHSTMT, SQLSMALLINT* columns) {
   *columns = static_cast<SQLSMALLINT>(script.current().columns.size());
   return script.enter("NumResultCols");
@@ -174,7 +142,7 @@ SQLRETURN SQLDescribeCol(SQLHSTMT, SQLUSMALLINT number, SQLCHAR* name, SQLSMALLI
   const zrtest::Column& column = script.current().columns.at(number - 1U);
   copy(name, column.name);
   *type = column.type;
-  return script.enter("DescribeCol", words({number, size}));
+  return script.enter("DescribeCol", number, size);
 }
 SQLRETURN SQLFetch(SQLHSTMT) {
   const SQLRETURN code = script.enter("Fetch");
@@ -183,7 +151,7 @@ SQLRETURN SQLFetch(SQLHSTMT) {
   return script.fetched++ < script.current().rows ? SQL_SUCCESS : SQL_NO_DATA;
 }
 SQLRETURN SQLGetData(SQLHSTMT, SQLUSMALLINT number, SQLSMALLINT type, SQLPOINTER value, SQLLEN size, SQLLEN* length) {
-  script.enter("GetData", words({number, type, size}));
+  script.enter("GetData", number, type, size);
   const auto& pieces = script.current().columns.at(number - 1U).pieces;
   const std::size_t index = script.piece[number]++;
   if (index >= pieces.size()) return SQL_NO_DATA;

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "common/log_capture.h"
+#include "db/ZrDataAccess.h"
+#include "db/thrown.h"
 
 namespace zrtest {
 
@@ -17,7 +19,7 @@ constexpr SQLLEN kKeep = -99;
 struct Piece {
   std::string bytes;
   SQLLEN length;
-  SQLRETURN code;
+  SQLRETURN code = SQL_SUCCESS;
 };
 
 struct Column {
@@ -31,6 +33,18 @@ struct Result {
   int rows = 0;
   SQLLEN rowCount = -1;
 };
+
+template <typename Argument>
+std::string word(const Argument& argument) {
+  if constexpr (std::is_convertible_v<Argument, std::string>)
+    return argument;
+  else if constexpr (std::is_same_v<Argument, SQLPOINTER>)
+    return std::to_string(reinterpret_cast<intptr_t>(argument));
+  else if constexpr (std::is_pointer_v<Argument>)
+    return reinterpret_cast<const char*>(argument);
+  else
+    return std::to_string(argument);
+}
 
 // Takes the place of the ODBC calls in a test program: keeps what was called, fails when told to, and counts handles.
 struct ScriptedOdbc {
@@ -47,8 +61,15 @@ struct ScriptedOdbc {
   int fetched = 0;
   std::map<int, std::size_t> piece;
 
-  // Notes a call, and tells what it has to return.
-  SQLRETURN enter(const std::string& call, const std::string& arguments = {});
+  // Notes a call with its arguments, and tells what it has to return.
+  template <typename... Arguments>
+  SQLRETURN enter(const std::string& call, const Arguments&... arguments) {
+    if (call == throwsIn) throw 42;
+    calls.push_back(call);
+    ((calls.back() += " " + word(arguments)), ...);
+    const auto fault = faults.find(call);
+    return fault != faults.end() && --fault->second.first == 0 ? fault->second.second : SQL_SUCCESS;
+  }
   int count(const std::string& call) const;
   Result& current() { return results.at(result); }
 };
@@ -62,13 +83,23 @@ struct FailingAllocations {
 };
 inline FailingAllocations failing;
 
-// A fresh script for each test; afterwards every handle has been freed once.
-class Scripted : public testing::Test {
+struct FreshScript {
+  FreshScript() { script = {}; }
+  ~FreshScript() { EXPECT_TRUE(script.handles.empty() && script.wrongFrees == 0); }  // each was freed once
+};
+
+class Connection : public testing::Test {
  protected:
-  Scripted() { script = {}; }
-  ~Scripted() override { EXPECT_TRUE(script.handles.empty() && script.wrongFrees == 0); }
+  std::string open() {
+    return thrown([&] { connect.connect("", "source", "user", "word"); });
+  }
+  std::string run(const char* sql, ZrDbConnect::SQL_TYPE type = ZrDbConnect::SQLTYPE_ANSI) {
+    return thrown([&] { connect.executeSQL(sql, type); });
+  }
 
   LogCapture log;
+  FreshScript fresh;
+  ZrDbConnect connect;
 };
 
 }  // namespace zrtest
