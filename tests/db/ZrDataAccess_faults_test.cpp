@@ -1,19 +1,19 @@
 #include <gmock/gmock.h>
 
-#include "db/scripted_odbc.h"
+#include "db/faulty_odbc.h"
 
 namespace {
 
 using testing::ElementsAre;
 using zrtest::failing;
-using zrtest::script;
+using zrtest::odbc;
 using zrtest::thrown;
 
 class Pool : public zrtest::Connection {
  protected:
   Pool() { pool.setDbReconnectTrial(1); }
   std::string init(int size) {
-    return thrown([&] { pool.init("", size, "source", "user", "word"); });
+    return thrown([&] { pool.init("", size, source.c_str(), "", ""); });
   }
   std::string borrow(ZrDbConnect** lent = nullptr) {
     return thrown([&] { (lent != nullptr ? *lent : connection) = pool.getConnect(); });
@@ -41,9 +41,9 @@ TEST_F(Pool, ConnectionsAreLentInTheOrderOfTheirReturn) {
 }
 
 TEST_F(Pool, PoolThatCannotBeBuiltIsEmpty) {
-  script.faults = {{"Connect", {3, SQL_ERROR}}};
+  odbc.faults = {{"Connect", {3, SQL_ERROR}}};
   EXPECT_EQ(init(3), "Failed to create connection.");
-  EXPECT_TRUE(script.handles.empty());
+  EXPECT_EQ(odbc.handles, 0);
   failing = {sizeof(ZrDbConnect), 3};  // an object and its buffer, and the next object
   EXPECT_EQ(init(3), "Failed to allocate ZrDbConnect instance.");
   failing = {};
@@ -56,7 +56,7 @@ TEST_F(Pool, BrokenConnectionStaysUntilItsReplacementConnects) {
   borrow();
   connection->m_state = 6;
   pool.returnConnect(connection);
-  script.faults = {{"Connect", {1, SQL_ERROR}}};
+  odbc.faults = {{"Connect", {1, SQL_ERROR}}};
   EXPECT_EQ(borrow(), "Failed to create connection.");
   failing = {sizeof(ZrDbConnect)};
   EXPECT_EQ(borrow(), "Failed to allocate ZrDbConnect instance.");

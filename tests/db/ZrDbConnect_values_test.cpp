@@ -1,14 +1,14 @@
 #include <gmock/gmock.h>
 #include <utility>
 
-#include "db/scripted_odbc.h"
+#include "db/faulty_odbc.h"
 
 namespace {
 
 using zrtest::failing;
 using zrtest::kKeep;
+using zrtest::odbc;
 using zrtest::Piece;
-using zrtest::script;
 using zrtest::thrown;
 
 std::string units(const std::u16string& text) {
@@ -21,9 +21,9 @@ class Row : public zrtest::Connection {
   Row() { open(); }
   // The value of a column of one row; or what reading it throws.
   std::string read(SQLSMALLINT type, std::vector<Piece> pieces) {
-    script.results = {
-        {{{"before", SQL_VARCHAR, {{"stale, and longer", SQL_NO_TOTAL}}}, {"value", type, std::move(pieces)}}, 1}};
-    connect.executeSQL("select", ZrDbConnect::SQLTYPE_ANSI);
+    odbc.type = type;
+    odbc.pieces = std::move(pieces);
+    run("SELECT 'stale, and longer' AS before, 'x' AS value UNION ALL SELECT 'a', 'b'");
     const std::string text = thrown([&] { connect.fetchNextRow(); });
     if (!text.empty()) return text;
     return connect.m_mapColumn.at("VALUE")->m_isNull ? "(NULL)" : connect.getColVal("VALUE");
@@ -63,8 +63,8 @@ TEST_F(Row, ValuesAreJoinedFromWhatTheDriverGives) {
   };
   for (const auto& c : kCases)
     EXPECT_EQ(read(c.type, c.pieces), c.text) << "case " << &c - kCases;
-  EXPECT_TRUE(script.count("GetData 2 -8 131072") > 0 && script.count("GetData 2 1 65536") > 0);
-  script.faults = {{"Fetch", {1, SQL_ERROR}}};
+  EXPECT_TRUE(odbc.count("GetData 2 -8") > 0 && odbc.count("GetData 2 1") > 0);
+  odbc.faults = {{"Fetch", {1, SQL_ERROR}}};
   EXPECT_EQ(read(SQL_VARCHAR, {}), "Failed to fetch next row.");
 }
 
@@ -87,7 +87,6 @@ TEST_F(Row, WideTextThatCannotBeConvertedIsReported) {
 TEST_F(Row, ColumnsThatAreNotThereAreMissed) {
   read(SQL_VARCHAR, {{"1", 1}});
   delete std::exchange(connect.m_mapColumn.at("before"), nullptr);
-  script.fetched = 0;
   EXPECT_EQ(thrown([&] { connect.fetchNextRow(); }), "Failed to retrieve ZrDbColumn object from map list.");
   EXPECT_EQ(thrown([&] { connect.getColVal("before"); }), "Can not find data\n");
   EXPECT_EQ(log.texts(1).back(), "ZrDbConnect::getColVal() Can not find data column name isbefore\n");

@@ -103,6 +103,17 @@ TEST_F(Postgres, StreamsAreStoredAsBase64OfTheirChunksAndWideStatementsKeepTheir
   EXPECT_STREQ(connect->getColVal("n"), "\xCE\xB1\xF0\x9F\x98\x80");
 }
 
+TEST_F(Postgres, ResultSetsFollowOneAnotherOverThoseWithoutColumns) {
+  ASSERT_EQ(run("CREATE TABLE t (n int)"), "");
+  ASSERT_EQ(run("INSERT INTO t VALUES (1); SELECT 1 AS a; DELETE FROM t; SELECT 2 AS b; CREATE TABLE u (n int)"), "");
+  EXPECT_EQ(connect->m_resultSetNo, 2);
+  EXPECT_EQ(connect->fetchNextResultSet(), 0);
+  EXPECT_TRUE(connect->m_resultSetNo == 4 && connect->fetchNextRow() == 0 && connect->getColValInt("b") == 2);
+  EXPECT_EQ(connect->fetchNextResultSet(), 0);  // only one without columns is left
+  EXPECT_EQ(connect->m_columnCount, 0);
+  EXPECT_EQ(connect->fetchNextResultSet(), 1);
+}
+
 TEST_F(Postgres, PoolComesBackWithTheServer) {
   pool.returnConnect(connect);
   PostgresServer::shared().stop();
