@@ -2,8 +2,6 @@
 // reads one large file with ConfigFile, fills equal maps from texts that are ready, and passes over the file with fgets
 // alone. Counters: MB/s of the reader, its time against filling the maps, and the share that fgets alone would take.
 
-#include <benchmark/benchmark.h>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -12,6 +10,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "bench/bench_run.h"
 #include "config/ConfigFile.h"
 
 namespace {
@@ -63,20 +62,13 @@ void passOver(const char* path) {
   std::fclose(file);
 }
 
-template <typename Work>
-double secondsFor(const Work& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
 void readLargeFile(benchmark::State& state) {
   const LargeFile file(state.range(0));
   double reading = 0, filling = 0, passing = 0;
   while (state.KeepRunning()) {
-    reading += secondsFor([&] { ConfigFile{file.path()}; });
-    filling += secondsFor([&] { fillMaps(file.settings()); });
-    passing += secondsFor([&] { passOver(file.path()); });
+    reading += zrbench::secondsFor([&] { ConfigFile{file.path()}; });
+    filling += zrbench::secondsFor([&] { fillMaps(file.settings()); });
+    passing += zrbench::secondsFor([&] { passOver(file.path()); });
   }
   state.counters["MB/s"] = file.megabytes() * static_cast<double>(state.iterations()) / reading;
   state.counters["reading/filling"] = reading / filling;
@@ -86,4 +78,6 @@ BENCHMARK(readLargeFile)->Arg(1000)->Arg(1000000)->Unit(benchmark::kMillisecond)
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  return zrbench::run(argc, argv);
+}

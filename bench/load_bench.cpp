@@ -2,8 +2,6 @@
 // that count: the time of loading against that of reading the rows alone, and the peak of resident memory while loading
 // against what the filled cache takes.
 
-#include <benchmark/benchmark.h>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <malloc.h>
@@ -11,11 +9,11 @@
 #include <string>
 #include <unistd.h>
 
+#include "bench/bench_run.h"
 #include "db/ZrDataAccess.h"
 #include "host/database/OdbcEntries.h"
 #include "host/database/PolicyDatabase.h"
 #include "host/load/CacheLoader.h"
-#include "support/PolicyLog.h"
 
 namespace {
 
@@ -74,13 +72,6 @@ void forgetPeak() {
   std::ofstream("/proc/self/clear_refs") << 5;
 }
 
-template <typename Work>
-double secondsFor(const Work& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
 void loadLinks(benchmark::State& state) {
   const TemporaryFolder folder;
   zrhost::DatabaseOptions options;
@@ -90,12 +81,12 @@ void loadLinks(benchmark::State& state) {
   CountingSink counted;
   double reading = 0, loading = 0, peakRatio = 0;
   while (state.KeepRunning()) {
-    reading += secondsFor([&] { database.read(counted); });
+    reading += zrbench::secondsFor([&] { database.read(counted); });
     forgetPeak();
     const double before = memory("VmRSS");
     std::unique_ptr<ZrPolicyCache> cache;
     zrhost::LoadReport report;
-    loading += secondsFor([&] { cache = zrhost::loadCache(database, {}, report); });
+    loading += zrbench::secondsFor([&] { cache = zrhost::loadCache(database, {}, report); });
     peakRatio = (memory("VmHWM") - before) / (memory("VmRSS") - before);
   }
   state.counters["rows"] = static_cast<double>(counted.rows) / static_cast<double>(state.iterations());
@@ -108,8 +99,5 @@ BENCHMARK(loadLinks)->Arg(10000)->Arg(1000000)->Iterations(1)->Unit(benchmark::k
 }  // namespace
 
 int main(int argc, char** argv) {
-  PolicyLog::ms_level = PolicyLog::LEVEL_ERROR;
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  return 0;
+  return zrbench::run(argc, argv);
 }

@@ -17,8 +17,20 @@ namespace {
 
 constexpr int kMostDiagnosticRecords = 10;
 
+// A statement that failed in the middle of its data is one that the driver manager will not let go, nor the connection
+// with it, until it is cancelled: the server would keep a session for each.
+void freeStatement(ZrDbConnect& connect) {
+  if (connect.m_hstmt == nullptr) return;
+  const SQLRETURN result = SQLFreeHandle(SQL_HANDLE_STMT, connect.m_hstmt);
+  if (!zr::succeeded(result) && connect.m_state == 6) {
+    SQLCancel(connect.m_hstmt);
+    SQLFreeHandle(SQL_HANDLE_STMT, connect.m_hstmt);
+  }
+  connect.m_hstmt = nullptr;
+}
+
 void releaseHandles(ZrDbConnect& connect) {
-  zr::freeHandle(SQL_HANDLE_STMT, connect.m_hstmt);
+  freeStatement(connect);
   if (connect.m_hdbc != nullptr) {
     SQLDisconnect(connect.m_hdbc);
     zr::freeHandle(SQL_HANDLE_DBC, connect.m_hdbc);

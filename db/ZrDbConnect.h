@@ -173,7 +173,7 @@ class ZR_EXPORT ZrDbConnect {
 
   // Fetches the next row and reads every value of it, of any length, into the columns as text: wide character data
   // converted to UTF-8, binary data unread as "BINARY DATA", everything else as the driver gives it. NULL reads as the
-  // empty text.
+  // empty text; the column's record tells the two apart (ZrDbColumn::m_isNull).
   //
   // Returns 0 when a row has been fetched (state 5) and 1 when there is none left: the values of the last row stay.
   //

@@ -4,7 +4,6 @@
 #include <fstream>
 #include <memory>
 #include <string_view>
-#include <vector>
 
 #include "db/ZrDbConnect.h"
 #include "db/ZrDbConnect_internal.h"
@@ -14,7 +13,24 @@
 
 namespace {
 
-using Streams = std::vector<const std::ifstream*>;
+// The streams behind a statement, still where the caller put them: a list of them would need memory, which can fail.
+struct Streams {
+  std::size_t count;
+  std::va_list* args;
+
+  // The stream of the parameter with this number, from 1; null when there is none. The caller's streams are only read;
+  // that changes their position, so the const of the argument list goes here.
+  std::ifstream* of(std::uintptr_t number) const {
+    if (number < 1 || number > count) return nullptr;
+    std::va_list copy;
+    va_copy(copy, *args);
+    const std::ifstream* stream = nullptr;
+    for (std::uintptr_t i = 0; i < number; ++i)
+      stream = va_arg(copy, const std::ifstream*);
+    va_end(copy);
+    return const_cast<std::ifstream*>(stream);
+  }
+};
 
 constexpr SQLULEN kLongestParameter = 0x7FFFFFFE;
 
@@ -94,12 +110,8 @@ void sendStream(ZrDbConnect& connect, std::ifstream* stream) {
 void sendParameters(ZrDbConnect& connect, const Streams& streams) {
   SQLPOINTER token = nullptr;
   SQLRETURN result;
-  while ((result = SQLParamData(connect.m_hstmt, &token)) == SQL_NEED_DATA) {
-    const auto number = reinterpret_cast<std::uintptr_t>(token);
-    const bool known = number >= 1 && number <= streams.size();
-    // The caller's streams are only read; that changes their position, so the const of the argument list goes here.
-    sendStream(connect, known ? const_cast<std::ifstream*>(streams[number - 1]) : nullptr);
-  }
+  while ((result = SQLParamData(connect.m_hstmt, &token)) == SQL_NEED_DATA)
+    sendStream(connect, streams.of(reinterpret_cast<std::uintptr_t>(token)));
   if (zr::succeeded(result)) return;
   breakConnection(connect, "ZrDbConnect::executeSQL(), failed on SQLParamData");
   throw "ZrDbConnect::executeSQL(), failed on SQLParamData";
@@ -125,7 +137,7 @@ void checkExecution(ZrDbConnect& connect, SQLRETURN result, const char* sql) {
 
 void run(ZrDbConnect& connect, const char* sql, ZrDbConnect::SQL_TYPE type, const Streams& streams) {
   connect.m_describedRowCount = -1;
-  bindParameters(connect, streams.size());
+  bindParameters(connect, streams.count);
   const SQLRETURN result = execute(connect, sql, type);
   DbgPrintf("ZrDbConnect::executeSQL(), after SQLExecDirect(), nRet: %d", static_cast<int>(result));
   if (result == SQL_NEED_DATA) {
@@ -153,13 +165,15 @@ void ZrDbConnect::executeSQL(const char* sql, SQL_TYPE type, ...) {
   SQLFreeStmt(m_hstmt, SQL_RESET_PARAMS);
   const int count = getParamCount(sql);
   DbgPrintf("ZrDbConnect::executeSQL(), SQL parameter count: %d.", count);
-  Streams streams(static_cast<std::size_t>(count));
   std::va_list args;
   va_start(args, type);
-  for (const std::ifstream*& stream : streams)
-    stream = va_arg(args, const std::ifstream*);
+  try {
+    run(*this, sql, type, {static_cast<std::size_t>(count), &args});
+  } catch (...) {
+    va_end(args);
+    throw;
+  }
   va_end(args);
-  run(*this, sql, type, streams);
 }
 
 int ZrDbConnect::getParamCount(const char* sql) {

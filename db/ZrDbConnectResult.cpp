@@ -151,6 +151,7 @@ void readWide(ZrDbConnect& connect, ZrDbColumn& column) {
     if (result == SQL_NO_DATA) break;
     if (length == 0 || length == SQL_NULL_DATA) {
       column.m_value.clear();
+      column.m_isNull = length == SQL_NULL_DATA;
       return;
     }
     DbgPrintf("ZrDbConnect::fetchNextRow(), UChar data retrieved from DB, len:%d", lengthForTrace(length));
@@ -189,10 +190,12 @@ void readText(ZrDbConnect& connect, ZrDbColumn& column) {
       failToRead(connect);
     }
     takeChunk(buffer, length, column.m_value);
+    column.m_isNull = length == SQL_NULL_DATA && column.m_value.empty();
   } while (result == SQL_SUCCESS_WITH_INFO);
 }
 
 void readValue(ZrDbConnect& connect, ZrDbColumn& column) {
+  column.m_isNull = false;
   switch (column.m_sqlType) {
     case SQL_WCHAR:
     case SQL_WVARCHAR:

@@ -13,7 +13,11 @@ namespace zr {
 //   thread_local zr::ThrownText<256> text;
 //   throw text.format("PolicyID is not valid [%d]", id);
 //
-// A text that does not fit is cut at kSize - 1 bytes. Never allocates, so it may be used where memory has run out.
+// A text that does not fit is cut at kSize - 1 bytes. Formatting allocates nothing, so it may be used where memory has
+// run out, with one exception that is not ours to remove: the objects of all kinds make up the library's block of
+// thread-local storage, and while a program that is linked with the library gets it with each thread, a process that
+// loaded the library by dlopen gets it at the thread's first use of any of them. The C library then ends a process that
+// cannot have it. So take no more room than the text needs: a test holds the whole block to one page.
 template <std::size_t kSize>
 struct ThrownText {
   char buffer[kSize];

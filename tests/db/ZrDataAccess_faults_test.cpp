@@ -1,52 +1,49 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "db/ZrDataAccess.h"
-#include "db/scripted_odbc.h"
-#include "db/thrown.h"
+#include "db/faulty_odbc.h"
 
 namespace {
 
 using testing::ElementsAre;
 using zrtest::failing;
-using zrtest::script;
+using zrtest::odbc;
 using zrtest::thrown;
 
-class ScriptedPool : public zrtest::Scripted {
+class Pool : public zrtest::Connection {
  protected:
-  ScriptedPool() { pool.setDbReconnectTrial(1); }
+  Pool() { pool.setDbReconnectTrial(1); }
   std::string init(int size) {
-    return thrown([&] { pool.init("", size, "source", "user", "word"); });
+    return thrown([&] { pool.init("", size, source.c_str(), "", ""); });
+  }
+  std::string borrow(ZrDbConnect** lent = nullptr) {
+    return thrown([&] { (lent != nullptr ? *lent : connection) = pool.getConnect(); });
   }
 
   ZrDataAccess pool;
+  ZrDbConnect* connection = nullptr;
 };
 
-TEST_F(ScriptedPool, ConnectionsAreLentInTheOrderOfTheirReturn) {
-  EXPECT_EQ(thrown([&] { pool.getConnect(); }), "Connection pool is not ready.");
+TEST_F(Pool, ConnectionsAreLentInTheOrderOfTheirReturn) {
+  EXPECT_EQ(borrow(), "Connection pool is not ready.");
   EXPECT_EQ(init(0), "NULL or 0 parameters");
   EXPECT_EQ(thrown([&] { pool.init(nullptr, 1, "", "", ""); }), "NULL or 0 parameters");
   ASSERT_EQ(init(3), "");
   ZrDbConnect* lent[3];
-  for (ZrDbConnect*& connect : lent)
-    connect = pool.getConnect();
-  EXPECT_EQ(lent[0]->getConnID(), 1);
-  EXPECT_EQ(thrown([&] { pool.getConnect(); }), "Out of Db connection in pool.");
+  for (ZrDbConnect*& each : lent)
+    borrow(&each);
+  EXPECT_EQ(borrow(), "Out of Db connection in pool.");
   EXPECT_TRUE(pool.reinit());  // none is idle
   pool.returnConnect(lent[2]);
   pool.returnConnect(lent[0]);
-  EXPECT_EQ(pool.getConnect(), lent[2]);
-  EXPECT_EQ(pool.getConnect(), lent[0]);
+  EXPECT_TRUE(pool.getConnect() == lent[2] && pool.getConnect() == lent[0] && lent[0]->getConnID() == 1);
   EXPECT_EQ(thrown([&] { pool.returnConnect(nullptr); }), "Return NULL pointer");
   EXPECT_THAT(log.texts(1), ElementsAre("Connection pool is not ready.", "Out of Db connection in pool."));
-  EXPECT_THAT(log.texts(4),
-              testing::Contains("ZrDataAccess::init() m_strConnectString= m_dsn=source m_user=user m_pass=word\n"));
 }
 
-TEST_F(ScriptedPool, PoolThatCannotBeBuiltIsEmpty) {
-  script.faults = {{"Connect", {3, SQL_ERROR}}};
+TEST_F(Pool, PoolThatCannotBeBuiltIsEmpty) {
+  odbc.faults = {{"Connect", {3, SQL_ERROR}}};
   EXPECT_EQ(init(3), "Failed to create connection.");
-  EXPECT_TRUE(script.handles.empty());
+  EXPECT_EQ(odbc.handles, 0);
   failing = {sizeof(ZrDbConnect), 3};  // an object and its buffer, and the next object
   EXPECT_EQ(init(3), "Failed to allocate ZrDbConnect instance.");
   failing = {};
@@ -54,27 +51,20 @@ TEST_F(ScriptedPool, PoolThatCannotBeBuiltIsEmpty) {
   EXPECT_THAT(log.texts(1), ElementsAre("Failed to allocate ZrDbConnect instance."));
 }
 
-TEST_F(ScriptedPool, BrokenConnectionStaysUntilItsReplacementConnects) {
-  ASSERT_EQ(init(2), "");
-  ZrDbConnect* broken = pool.getConnect();
-  broken->m_state = 6;
-  const auto lendTheBroken = [&] {
-    while (pool.m_deqIdleConnect.front() != broken)
-      pool.returnConnect(pool.getConnect());
-    return pool.getConnect();
-  };
-  pool.returnConnect(broken);
-  script.faults = {{"Connect", {1, SQL_ERROR}}};
-  EXPECT_EQ(thrown(lendTheBroken), "Failed to create connection.");
+TEST_F(Pool, BrokenConnectionStaysUntilItsReplacementConnects) {
+  ASSERT_EQ(init(1), "");
+  borrow();
+  connection->m_state = 6;
+  pool.returnConnect(connection);
+  odbc.faults = {{"Connect", {1, SQL_ERROR}}};
+  EXPECT_EQ(borrow(), "Failed to create connection.");
   failing = {sizeof(ZrDbConnect)};
-  EXPECT_EQ(thrown(lendTheBroken), "Failed to allocate ZrDbConnect instance.");
+  EXPECT_EQ(borrow(), "Failed to allocate ZrDbConnect instance.");
   failing = {};
-  EXPECT_EQ(pool.m_deqIdleConnect.back(), broken);
-  EXPECT_THAT(log.texts(1), ElementsAre());
-  ZrDbConnect* replacement = lendTheBroken();
-  EXPECT_EQ(replacement->getConnID(), 1);
-  EXPECT_EQ(pool.m_vecConnect.front(), replacement);
-  EXPECT_EQ(script.handles.size(), 6U);
+  EXPECT_EQ(pool.m_deqIdleConnect.back(), connection);
+  EXPECT_EQ(borrow(), "");
+  EXPECT_TRUE(connection->getConnID() == 1 && connection->getState() == 2);
+  EXPECT_EQ(pool.m_vecConnect.front(), connection);
 }
 
 }  // namespace

@@ -37,9 +37,7 @@ TEST_F(SqlLoader, NamesAreLookedForInTheFolderUnlessTheyArePaths) {
     folder.write(name, name);
   for (const std::string& path : {folder.file("sql"), folder.file("sql") + "/", std::string("sql")}) {
     ZrSqlLoader loader(path.c_str());
-    EXPECT_EQ(loader.getSQL("one"), " sql/one");
-    EXPECT_EQ(loader.getSQL("./one"), " one");
-    EXPECT_EQ(loader.getSQL("back\\slash"), " back\\slash");
+    EXPECT_EQ(loader.getSQL("one") + loader.getSQL("./one") + loader.getSQL("back\\slash"), " sql/one one back\\slash");
   }
   EXPECT_EQ(ZrSqlLoader("").getSQL("one"), " one");
   EXPECT_EQ(thrown([] { ZrSqlLoader("nosuch"); }), "Specified directory for SQL statements doesn't exist");
@@ -61,26 +59,22 @@ TEST_F(SqlLoader, WhatCannotBeDoneIsNamed) {
   ZrSqlLoader loader;
   const std::string prefix = "ZrSqlLoader::loadSQL(), ";
   const std::string fits(509, 'n'), name(510, 'n'), path = "/" + std::string(511, 'p');
-  const auto get = [&](const std::string& sqlName) -> std::string {
-    try {
-      return loader.getSQL(sqlName.c_str());
-    } catch (char* text) {  // the thread's own, unlike the constant texts
-      return text;
-    }
-  };
-  EXPECT_EQ(get("nosuch"), prefix + "failed to open ./nosuch");
-  EXPECT_EQ(get(fits), (prefix + "failed to open ./" + fits).substr(0, 511));
-  EXPECT_EQ(get(name), (prefix + "the path + file name exceeds buffer size, " + name).substr(0, 255));
-  EXPECT_EQ(get(path), (prefix + "the file name exceeds buffer size, " + path).substr(0, 255));
-  EXPECT_EQ(get("/"), prefix + "failed to load /");  // opens, but cannot be read
+  for (const auto& [sqlName, text] :
+       {std::pair<std::string, std::string>{"nosuch", "failed to open ./nosuch"},
+        {fits, ("failed to open ./" + fits).substr(0, 511 - prefix.size())},
+        {name, ("the path + file name exceeds buffer size, " + name).substr(0, 255 - prefix.size())},
+        {path, ("the file name exceeds buffer size, " + path).substr(0, 255 - prefix.size())},
+        {"/", "failed to load /"}})  // opens, but cannot be read
+    EXPECT_EQ(thrown([&] { loader.getSQL(sqlName.c_str()); }), prefix + text);
   EXPECT_EQ(thrown([&] { loader.getSQL(nullptr); }), "ZrSqlLoader::getSQL(), invalid arguments");
   char buffer[8];
-  const auto set = [](char* to, int size, const char* format) {
-    return thrown([&] { ZrSqlLoader::setSqlParams(to, size, format, 1); });
+  const auto set = [&](char* to, int size, const char* format) {
+    return thrown([&] { ZrSqlLoader::setSqlParams(to, size, format, 0x7FFFFFFF); });
   };
   EXPECT_EQ(set(nullptr, 8, "x"), prefix + "invalid arguments");
   EXPECT_EQ(set(buffer, 0, "x"), prefix + "invalid arguments");
-  EXPECT_EQ(set(buffer, 8, "%2147483647d "), "ZrSqlLoader::vSetSqlParams(), failed to format the '%2147483647d '");
+  EXPECT_EQ(set(buffer, 8, "%lc"), "ZrSqlLoader::vSetSqlParams(), failed to format the '%lc'");  // no character
+  EXPECT_THROW(loader.getSQL("nosuch"), char*);  // the thread's own, unlike the constant texts
 }
 
 }  // namespace

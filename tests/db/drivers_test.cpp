@@ -8,7 +8,6 @@
 #include "common/postgres_server.h"
 #include "db/ZrDataAccess.h"
 #include "db/thrown.h"
-#include "support/base64.h"
 
 namespace {
 
@@ -49,8 +48,10 @@ TEST_P(Database, ValuesOfAnyKindAndLengthComeBackWhole) {
   const bool sqlite = GetParam() == Kind::kSqlite;
   ASSERT_EQ(run(std::string("CREATE TABLE t (n INTEGER, s TEXT, big BIGINT, b ") + (sqlite ? "BLOB)" : "BYTEA)")), "");
   const std::string bytes = sqlite ? "x'00ff'" : "'\\x00ff'";
-  ASSERT_EQ(run("INSERT INTO t VALUES (1, '" + large + "', 9000000000, " + bytes + "), (NULL, NULL, NULL, NULL)"), "");
-  EXPECT_EQ(connect->getRowCount(), 2);
+  ASSERT_EQ(run("INSERT INTO t VALUES (1, '" + large + "', 9000000000, " + bytes +
+                "), (NULL, NULL, NULL, NULL), (2, '', 2, NULL)"),
+            "");
+  EXPECT_EQ(connect->getRowCount(), 3);
   ASSERT_EQ(run("SELECT n, s, big, b, 'x' AS after FROM t"), "");
   ASSERT_EQ(connect->fetchNextRow(), 0);
   EXPECT_EQ(connect->getColValInt("N"), 1);
@@ -58,8 +59,13 @@ TEST_P(Database, ValuesOfAnyKindAndLengthComeBackWhole) {
   EXPECT_EQ(connect->getColValLongLong("big"), 9000000000LL);
   EXPECT_STREQ(connect->getColVal("b"), "BINARY DATA");
   ASSERT_EQ(connect->fetchNextRow(), 0);
-  for (const char* name : {"n", "s", "big"})
+  for (const char* name : {"n", "s", "big"}) {
     EXPECT_STREQ(connect->getColVal(name), "");
+    EXPECT_TRUE(connect->m_mapColumn.at(name)->m_isNull) << name;
+  }
+  ASSERT_EQ(connect->fetchNextRow(), 0);
+  EXPECT_STREQ(connect->getColVal("s"), "");  // there, and empty
+  EXPECT_FALSE(connect->m_mapColumn.at("S")->m_isNull);
   EXPECT_EQ(connect->fetchNextRow(), 1);
   EXPECT_STREQ(connect->getColVal("after"), "x");  // the last row stays
   EXPECT_EQ(connect->fetchNextResultSet(), 1);
@@ -85,24 +91,27 @@ class Postgres : public Database {
   void SetUp() override { open(Kind::kPostgres); }
 };
 
-TEST_F(Postgres, StreamsAreStoredAsBase64OfTheirChunks) {
-  const std::string bytes(65536, 'x');
-  std::vector<char> chunk(87385);
-  ToB64Enc(bytes.data(), chunk.data(), 65536);
-  std::ifstream large(entries.folder().write("large", bytes + "Man"), std::ios::binary);
+TEST_F(Postgres, StreamsAreStoredAsBase64OfTheirChunksAndWideStatementsKeepTheirLetters) {
+  std::ifstream large(entries.folder().write("large", std::string(65535, '\xFF') + "?Man"), std::ios::binary);
   std::ifstream small(entries.folder().write("small", "Man"), std::ios::binary);
   ASSERT_EQ(run("CREATE TABLE t (n int, large text, small text)"), "");
   connect->executeSQL("INSERT INTO t VALUES (1, ?, ?)", ZrDbConnect::SQLTYPE_ANSI, &large, &small);
-  ASSERT_EQ(run("SELECT large, small FROM t"), "");
+  ASSERT_EQ(run("SELECT large, small, '\xCE\xB1\xF0\x9F\x98\x80' AS n FROM t", ZrDbConnect::SQLTYPE_UNICODE), "");
   ASSERT_EQ(connect->fetchNextRow(), 0);
   EXPECT_STREQ(connect->getColVal("small"), "TWFu");
-  EXPECT_EQ(connect->getColVal("large"), std::string(chunk.data()) + "TWFu");
+  EXPECT_EQ(connect->getColVal("large"), std::string(87380, '/') + "Pw==TWFu");
+  EXPECT_STREQ(connect->getColVal("n"), "\xCE\xB1\xF0\x9F\x98\x80");
 }
 
-TEST_F(Postgres, WideStatementKeepsItsLetters) {
-  ASSERT_EQ(run("SELECT '\xCE\xB1\xE4\xB8\xAD\xF0\x9F\x98\x80' AS n", ZrDbConnect::SQLTYPE_UNICODE), "");
-  ASSERT_EQ(connect->fetchNextRow(), 0);
-  EXPECT_STREQ(connect->getColVal("n"), "\xCE\xB1\xE4\xB8\xAD\xF0\x9F\x98\x80");
+TEST_F(Postgres, ResultSetsFollowOneAnotherOverThoseWithoutColumns) {
+  ASSERT_EQ(run("CREATE TABLE t (n int)"), "");
+  ASSERT_EQ(run("INSERT INTO t VALUES (1); SELECT 1 AS a; DELETE FROM t; SELECT 2 AS b; CREATE TABLE u (n int)"), "");
+  EXPECT_EQ(connect->m_resultSetNo, 2);
+  EXPECT_EQ(connect->fetchNextResultSet(), 0);
+  EXPECT_TRUE(connect->m_resultSetNo == 4 && connect->fetchNextRow() == 0 && connect->getColValInt("b") == 2);
+  EXPECT_EQ(connect->fetchNextResultSet(), 0);  // only one without columns is left
+  EXPECT_EQ(connect->m_columnCount, 0);
+  EXPECT_EQ(connect->fetchNextResultSet(), 1);
 }
 
 TEST_F(Postgres, PoolComesBackWithTheServer) {
