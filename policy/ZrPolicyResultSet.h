@@ -12,7 +12,7 @@
 class ZrPolicyResultSet;
 
 namespace zr {
-class IdSet;
+struct SetIndex;
 }
 
 // One policy that applies: the link that matched and the rule selected of its policy. A result copies nothing; it
@@ -109,7 +109,7 @@ class ZR_EXPORT ZrPolicyResultSet {
   // The cache that the results point into; not owned. Null while the set is bound to none.
   ZrPolicyCache* m_pCache = nullptr;
   // The library's own: the policies of the results by ID, once there are more than a handful.
-  std::unique_ptr<zr::IdSet> m_pIds;
+  std::unique_ptr<zr::SetIndex> m_pIds;
 };
 
 #endif  // ZR_POLICY_ZRPOLICYRESULTSET_H
