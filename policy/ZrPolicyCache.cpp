@@ -36,8 +36,8 @@ void appendRange(std::vector<ZrEPLink*>& links, zr::RangeIndex& index, ZrEPLink*
   }
 }
 
-// Deletes every object of a map, front to back. Each entry goes with its object, so that a destructor of the host's that
-// looks at the map finds nothing that was deleted before.
+// Deletes every object of a map, front to back. Each entry goes with its object, so that a destructor of the host's
+// that looks at the map finds nothing that was deleted before.
 template <class Map>
 void purge(Map& map) {
   while (!map.empty()) {

@@ -11,16 +11,16 @@ namespace zr {
 
 // Tells which policies the results of a set are for, without walking the results: it knows the link of each.
 //
-// As many as kScanned links are asked for their policies, as a walk would ask them. Of more the policies' IDs are looked
-// up in a hash table, and recheck sees to links that were pointed at other policies since; links of the type DEFAULT,
-// which the cache itself points at another policy, are seen to without it.
+// As many as kScanned links are asked for their policies, as a walk would ask them. Of more the policies' IDs are
+// looked up in a hash table, and recheck sees to links that were pointed at other policies since; links of the type
+// DEFAULT, which the cache itself points at another policy, are seen to without it.
 //
 // Like the cache's indexes it knows how many results it has seen, and must be asked only while it covers the set. Once
 // off (because the numbers differed, so that somebody had changed the set by hand, or because memory ran out) it stays
 // off: the numbers might agree again by chance.
 class IdSet {
  public:
-  static constexpr std::size_t kScanned = 64;
+  static constexpr std::size_t kScanned = 48;
   static constexpr std::size_t kKept = 1024;
 
   // Whether it covers a set of `size` results. If not, it is off from now on.

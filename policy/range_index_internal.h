@@ -15,9 +15,9 @@ namespace zr {
 //
 // The bounds of all ranges stand in that order in two lists. Runs of it are searched by blocks: a block is a priority
 // search tree laid out in an array, whose root is the range that ends last, while the others follow, halved by where
-// they begin. As blocks of like size pile up at the end they are merged into one, so that a range is moved a logarithmic
-// number of times; ranges too few for a block, at the end, are looked through one by one. So is a run in which so many
-// ranges match that putting them in order would take longer. Six 32-bit numbers for each range.
+// they begin. As blocks of like size pile up at the end they are merged into one, so that a range is moved a
+// logarithmic number of times; ranges too few for a block, at the end, are looked through one by one. So is a run in
+// which so many ranges match that putting them in order would take longer. Six 32-bit numbers for each range.
 //
 // Like the key indexes it knows how many links it has seen, must be asked only while that is the list's size, and stays
 // off once it is off.
