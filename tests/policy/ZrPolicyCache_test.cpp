@@ -1,5 +1,6 @@
 #include "policy/ZrPolicyCache.h"
 
+#include <algorithm>
 #include <climits>
 #include <gmock/gmock.h>
 
@@ -104,19 +105,42 @@ TEST(ZrPolicyCache, DecodesEntitiesOfTheLatinRangeOrNone) {
   }
 }
 
-// What was deleted, in order.
-std::vector<std::string> g_deleted;
+// What was deleted, in order, and what of that was met again in the cache later.
+struct Deleted {
+  const ZrPolicyCache* cache = nullptr;
+  std::vector<std::string> names;
+  std::vector<const void*> objects;
+  int metAgain = 0;
+
+  void look(const auto& element) {
+    if constexpr (requires { element.second; }) {
+      look(element.second);
+    } else if (std::find(objects.begin(), objects.end(), element) != objects.end()) {
+      ++metAgain;
+    }
+  }
+  void add(const void* object, const std::string& name) {
+    const auto lookAll = [this](const auto&... containers) {
+      (std::for_each(containers.begin(), containers.end(), [this](const auto& element) { look(element); }), ...);
+    };
+    lookAll(cache->m_mapPolicy, cache->m_mapUser, cache->m_mapGroup, cache->m_mapHostname, cache->m_mapIp,
+            cache->m_vecIpRange, cache->m_mapOther);
+    names.push_back(name);
+    objects.push_back(object);
+  }
+} g_deleted;
 
 struct NotedLink : ZrEPLink {
-  ~NotedLink() override { g_deleted.push_back(m_entityName); }
+  ~NotedLink() override { g_deleted.add(static_cast<ZrEPLink*>(this), m_entityName); }
 };
 
 struct NotedPolicy : ZrPolicy {
-  ~NotedPolicy() override { g_deleted.push_back(std::to_string(m_policyId)); }
+  ~NotedPolicy() override { g_deleted.add(static_cast<ZrPolicy*>(this), std::to_string(m_policyId)); }
 };
 
-TEST(ZrPolicyCache, CleanupDeletesPoliciesThenLinksInTheirOrderAndNothingTwice) {
+TEST(ZrPolicyCache, CleanupDeletesPoliciesThenLinksInTheirOrderWithTheirEntriesAndNothingTwice) {
   ZrPolicyCache cache;
+  g_deleted.cache = &cache;
   for (const int id : {3, 1, 2}) {
     auto* policy = new NotedPolicy;
     policy->m_policyId = id;
@@ -138,8 +162,9 @@ TEST(ZrPolicyCache, CleanupDeletesPoliciesThenLinksInTheirOrderAndNothingTwice) 
   cache.m_generation = 5;
   for (int times = 0; times < 2; ++times) {
     cache.cleanup();
-    EXPECT_THAT(g_deleted, ElementsAre("1", "2", "3", "1a", "1b", "2a", "3a", "4a", "5b", "5a", "6a", "6b"));
+    EXPECT_THAT(g_deleted.names, ElementsAre("1", "2", "3", "1a", "1b", "2a", "3a", "4a", "5b", "5a", "6a", "6b"));
   }
+  EXPECT_EQ(g_deleted.metAgain, 0);
   EXPECT_EQ(cache.m_defaultLink.m_pPolicy, nullptr);
   EXPECT_EQ(cache.m_generation, 5U);
 }
