@@ -80,7 +80,7 @@ void IdSet::note(std::size_t at) {
   if (m_links[at]->m_entityType == ZrEntityType::DEFAULT) m_defaults.push_back(at);
   m_ids.push_back(m_links[at]->m_pPolicy->m_policyId);
   if (m_ids.size() * 2 <= m_slots.size()) return hash(m_ids.back());
-  m_slots.resize(std::max(m_slots.size() * 2, 4 * kScanned));
+  m_slots.resize(std::max(m_slots.size() * 2, kFirstSlots));
   hashAll();
 }
 
@@ -89,7 +89,8 @@ void IdSet::add(const ZrEPLink* link) {
     if (m_links.empty()) m_links.reserve(16);
     m_links.push_back(link);
     if (m_links.size() <= kScanned) return;
-    while (m_ids.size() < m_links.size())  // all of them at the first time
+    if (link->m_pPolicy == nullptr) return turnOff();  // a result that a walk can pass no more than this
+    while (m_ids.size() < m_links.size())              // all of them at the first time
       note(m_ids.size());
   } catch (const std::bad_alloc&) {
     turnOff();

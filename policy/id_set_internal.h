@@ -35,10 +35,13 @@ class IdSet {
   bool contains(std::int32_t id) { return m_links.size() <= kScanned ? isScanned(id) : isHashed(id); }
   // Takes in the link of a result just added, which the set covered before.
   void add(const ZrEPLink* link);
+  // Looks whether links were pointed at other policies.
   void recheck();
 
  private:
   static constexpr std::int32_t kFree = INT32_MIN;  // marks a free slot; as an ID it is kept apart
+  static constexpr std::size_t kFirstSlots = 256;
+  static_assert((kFirstSlots & (kFirstSlots - 1)) == 0 && kFirstSlots > 2 * kScanned);
 
   bool isScanned(std::int32_t id) const;
   bool isHashed(std::int32_t id);

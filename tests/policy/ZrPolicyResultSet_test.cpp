@@ -99,22 +99,6 @@ TEST(ZrPolicyResultSet, NewPolicyOfALinkIsNotAnsweredTwice) {
   }
 }
 
-// Numbers that agree again by chance: one result goes by hand, another comes.
-TEST(ZrPolicyResultSet, ResultsChangedByHandAreNeverMistaken) {
-  for (const int size : {3, 20, 100}) {
-    Filled filled(size + 2);
-    filled.add(1, size);
-    std::multiset<ZrPolicyResult*, ZrPolicyResult>& results = filled.asked.set.m_setResult;
-    delete *results.begin();
-    results.erase(results.begin());
-    filled.add(size + 1, size + 1);
-    filled.add(size + 1, size + 2);
-    filled.add(1, size);
-    EXPECT_EQ(filled.asked.policies().back(), 1);
-    EXPECT_EQ(filled.asked.set.getSize(), static_cast<std::size_t>(size) + 2);
-  }
-}
-
 TEST(ZrPolicyResultSet, DefaultPolicySortsBehindAndOnlyWhenNotThereYet) {
   Filled filled({7});
   ZrPolicyResultSet& set = filled.asked.set;
