@@ -1,6 +1,5 @@
 #include "policy/ZrPolicyResultSet.h"
 
-#include <climits>
 #include <functional>
 #include <gmock/gmock.h>
 
@@ -55,6 +54,7 @@ TEST(ZrPolicyResultSet, ResultsOfAnotherGenerationAreOutOfReach) {
   set.addResult(filled.links[0], nullptr);
   ZrPolicyResult* const result = set.getTopPriorityResult();
   EXPECT_EQ(thrownBy([&] { result->getRule(); }), "const char*: Rule object is not available anymore");
+  EXPECT_EQ(result->getPolicyID(), 1);
   for (const int size : {1, 20, 100}) {
     filled.add(1, size);
     ++filled.cache.m_generation;
@@ -97,23 +97,6 @@ TEST(ZrPolicyResultSet, NewPolicyOfALinkIsNotAnsweredTwice) {
     expected.insert(expected.end(), {1, 1000, 2000});
     EXPECT_EQ(filled.asked.key(ZrPolicyCache::OTHER, "o").policies(), expected);
   }
-}
-
-TEST(ZrPolicyResultSet, DefaultPolicySortsBehindAndOnlyWhenNotThereYet) {
-  Filled filled({7});
-  ZrPolicyResultSet& set = filled.asked.set;
-  filled.cache.getDefaultPolicy(&set);  // there is none yet
-  ZrPolicy* const byDefault = zrtest::newPolicy(50, true, true);
-  filled.cache.addPolicy(byDefault);
-  filled.cache.getDefaultPolicy(&set);
-  filled.add(1, 1);
-  filled.cache.getDefaultPolicy(&set);
-  EXPECT_THAT(filled.asked.policies(), ElementsAre(1, 50));
-  const ZrPolicyResult* const last = *set.m_setResult.rbegin();
-  EXPECT_EQ(last->getEntityType(), ZrPolicyCache::DEFAULT);
-  EXPECT_STREQ(last->getEntityName(), "Default Policy");
-  EXPECT_EQ(last->getPriority(), INT_MAX);
-  EXPECT_EQ(last->getRule(), byDefault->m_vecRule[0]);
 }
 
 }  // namespace
