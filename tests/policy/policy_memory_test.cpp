@@ -15,44 +15,24 @@ namespace {
 long g_failAt = 0;  // counts down; the allocation that reaches 0 fails
 long g_blocks = 0;  // not yet freed
 
-void* allocate(std::size_t size) noexcept {
-  if (g_failAt > 0 && --g_failAt == 0) return nullptr;
-  void* const block = std::malloc(size);
+}  // namespace
+
+// Arrays come by these too, but for those of the sanitizers.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  void* const block = g_failAt > 0 && --g_failAt == 0 ? nullptr : std::malloc(size);
   if (block != nullptr) ++g_blocks;
   return block;
 }
-
-void release(void* block) noexcept {
+void* operator new(std::size_t size) {
+  void* const block = operator new(size, std::nothrow);
+  return block != nullptr ? block : throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept {
   if (block != nullptr) --g_blocks;
   std::free(block);
 }
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  void* const block = allocate(size);
-  return block != nullptr ? block : throw std::bad_alloc();
-}
-void* operator new[](std::size_t size) {
-  return operator new(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return allocate(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  return allocate(size);
-}
-void operator delete(void* block) noexcept {
-  release(block);
-}
-void operator delete[](void* block) noexcept {
-  release(block);
-}
 void operator delete(void* block, std::size_t) noexcept {
-  release(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
-  release(block);
+  operator delete(block);
 }
 
 namespace {
@@ -61,29 +41,33 @@ using zrtest::Asked;
 using zrtest::newLink;
 using zrtest::thrownBy;
 
+using Operation = std::function<void(ZrPolicyCache&, Asked&)>;
+
+void fill(ZrPolicyCache& cache) {
+  zrtest::addPolicies(cache, 99);
+  for (int i = 0; i < 12; ++i) {  // right before the indexes' tables grow
+    for (const int type : {1, 2, 3, 6})
+      cache.addEPLink(newLink(static_cast<ZrEntityType>(type), "n" + std::to_string(i), i + 1));
+    cache.addEPLink(newLink(ZrPolicyCache::IP, "10.0.0." + std::to_string(i), i + 1));
+  }
+  for (int i = 0; i < 255; ++i)
+    cache.addEPLink(newLink(ZrPolicyCache::IP_RANGE, "10.0.0.0 ~ 10.0.0." + std::to_string(i), i % 99 + 1));
+  cache.m_vecIpRange.shrink_to_fit();
+}
+
 // Runs `operation` with its first allocation failing, its second, and so on until nothing fails; checks each failure's
 // text, that the cache still answers, and that no memory is left behind. Answers how often it failed.
-int failEach(const std::string& text, const std::function<void(ZrPolicyCache&)>& operation) {
-  PolicyLog::ms_level = 0;
+int failEach(const std::string& text, const Operation& operation) {
   for (int n = 1;; ++n) {
     const long before = g_blocks;
     bool failed = false;
     {
       ZrPolicyCache cache;
-      zrtest::addPolicies(cache, 99);
-      for (int i = 0; i < 12; ++i) {  // right before the indexes' tables grow
-        for (const int type : {1, 2, 3, 6})
-          cache.addEPLink(newLink(static_cast<ZrEntityType>(type), "n" + std::to_string(i), i + 1));
-        cache.addEPLink(newLink(ZrPolicyCache::IP, "10.0.0." + std::to_string(i), i + 1));
-      }
-      for (int i = 0; i < 255; ++i)
-        cache.addEPLink(newLink(ZrPolicyCache::IP_RANGE, "10.0.0.0 ~ 10.0.0." + std::to_string(i), i % 99 + 1));
-      const std::string thrown = thrownBy([&] {
-        g_failAt = n;
-        operation(cache);
-      });
-      failed = g_failAt == 0;
-      g_failAt = 0;
+      fill(cache);
+      Asked asked(cache);
+      g_failAt = n;
+      const std::string thrown = thrownBy([&] { operation(cache, asked); });
+      failed = std::exchange(g_failAt, 0) == 0;
       EXPECT_TRUE(thrown == "nothing" || thrown == text) << n << ": " << thrown;
       EXPECT_EQ(Asked(cache).key(ZrPolicyCache::USER, "n5").policies(), (std::vector{6}));
       EXPECT_EQ(Asked(cache).range("10.0.0.254").policies().front(), 57);
@@ -93,63 +77,50 @@ int failEach(const std::string& text, const std::function<void(ZrPolicyCache&)>&
   }
 }
 
-// Hands a new object to the cache, whose allocations alone fail; one that was refused is the caller's to delete.
+// Hands an object to the cache, whose allocations alone fail; one that was refused is the caller's to delete.
 template <class Object>
 void hand(ZrPolicyCache& cache, void (ZrPolicyCache::*add)(Object*), const std::function<Object*()>& make) {
   const long failAt = std::exchange(g_failAt, 0);
   std::unique_ptr<Object> object(make());
-  cache.m_vecIpRange.shrink_to_fit();
   g_failAt = failAt;
   (cache.*add)(object.get());
   (void)object.release();
 }
 
-TEST(OutOfMemory, RefusedObjectIsNotFiledAndStaysTheCallers) {
-  for (int type = 1; type < 7; ++type) {
-    const bool range = type == ZrPolicyCache::IP_RANGE;
-    // Longer than what a string holds without allocation.
-    const std::string name = type == ZrPolicyCache::IP ? "10.0.1.1"
-                             : range                   ? "10.0.1.1 ~ 10.0.1.9"
-                                                       : std::string(40, 'x');
-    const auto make = [&] { return newLink(static_cast<ZrEntityType>(type), name, 1); };
-    EXPECT_GE(failEach(range ? "const char*: Failed to add pEPLink into m_vecIpRange"
-                             : "const char*:  ZrPolicyCache::addEPLink(), std::bad_alloc",
-                       [&](ZrPolicyCache& cache) { hand<ZrEPLink>(cache, &ZrPolicyCache::addEPLink, make); }),
-              2);
-  }
-  EXPECT_EQ(failEach("const char*: ZrPolicyCache::addPolicy(), std::bad_alloc",
-                     [](ZrPolicyCache& cache) {
-                       hand<ZrPolicy>(cache, &ZrPolicyCache::addPolicy,
-                                      [] { return zrtest::newPolicy(1000, true, true); });
-                     }),
-            1);
-}
-
-TEST(OutOfMemory, ReindexFallsBackToPlainSearch) {
-  EXPECT_GE(failEach("", [](ZrPolicyCache& cache) { cache.reindex(); }), 6);
-}
-
-TEST(OutOfMemory, LookupKeepsWhatItAddedAndSaysWhatWasAsked) {
+TEST(OutOfMemory, RefusedObjectStaysTheCallersAndAnswersKeepWhatTheyHave) {
+  PolicyLog::ms_level = 0;
   std::string longKey(5000, 'X');
-  const std::tuple<const char*, int, std::function<void(ZrPolicyCache&, Asked&)>> cases[] = {
-      {"const char*: Failed to allocate resource for ZrPolicyResult", 2 * 99,
-       [](ZrPolicyCache&, Asked& asked) { asked.range("10.0.0.0"); }},
-      {"char*: ZrPolicyCache::lookupRule() unknow error, iType:[1], pszKey:[n3]", 2,
-       [](ZrPolicyCache&, Asked& asked) { asked.key(ZrPolicyCache::USER, "N3"); }},
-      {"char*: ZrPolicyCache::lookupAllPolicy() unknow error", 2 * 12,
-       [](ZrPolicyCache& cache, Asked& asked) { cache.lookupAllPolicy(&asked.set); }},
-      {"bad_alloc", 1,
-       [&](ZrPolicyCache& cache, Asked& asked) {
-         cache.lookupPolicy(ZrPolicyCache::GROUP, longKey.data(), &asked.set);
-       }},
+  const auto handLink = [](ZrEntityType type, const char* name) {
+    return Operation([type, name](ZrPolicyCache& cache, Asked&) {
+      hand<ZrEPLink>(cache, &ZrPolicyCache::addEPLink, [&] { return newLink(type, name, 1); });
+    });
   };
-  for (const auto& [text, failures, ask] : cases) {
-    const auto operation = [&ask = ask](ZrPolicyCache& cache) {
-      Asked asked(cache);
-      ask(cache, asked);
-    };
-    EXPECT_GE(failEach(text, operation), failures);
-  }
+  const char* const longName = "a name that does not fit into a string without memory of its own";
+  const std::string refused = "const char*:  ZrPolicyCache::addEPLink(), std::bad_alloc";
+  const std::tuple<std::string, int, Operation> cases[] = {
+      {refused, 2, handLink(ZrPolicyCache::USER, longName)},
+      {refused, 2, handLink(ZrPolicyCache::GROUP, longName)},
+      {refused, 2, handLink(ZrPolicyCache::HOSTNAME, longName)},
+      {refused, 2, handLink(ZrPolicyCache::IP, "10.0.1.1")},
+      {"const char*: Failed to add pEPLink into m_vecIpRange", 2,
+       handLink(ZrPolicyCache::IP_RANGE, "10.0.1.1 ~ 10.0.1.9")},
+      {refused, 2, handLink(ZrPolicyCache::OTHER, longName)},
+      {"const char*: ZrPolicyCache::addPolicy(), std::bad_alloc", 1,
+       [](auto& cache, auto&) {
+         hand<ZrPolicy>(cache, &ZrPolicyCache::addPolicy, [] { return zrtest::newPolicy(1000, true, true); });
+       }},
+      {"", 3, [](auto& cache, auto&) { cache.reindex(); }},
+      {"const char*: Failed to allocate resource for ZrPolicyResult", 2 * 99,
+       [](auto&, auto& asked) { asked.range("10.0.0.0"); }},
+      {"char*: ZrPolicyCache::lookupRule() unknow error, iType:[1], pszKey:[n3]", 2,
+       [](auto&, auto& asked) { asked.key(ZrPolicyCache::USER, "N3"); }},
+      {"char*: ZrPolicyCache::lookupAllPolicy() unknow error", 2 * 12,
+       [](auto& cache, auto& asked) { cache.lookupAllPolicy(&asked.set); }},
+      {"bad_alloc", 1,
+       [&](auto& cache, auto& asked) { cache.lookupPolicy(ZrPolicyCache::GROUP, longKey.data(), &asked.set); }},
+  };
+  for (const auto& [text, failures, operation] : cases)
+    EXPECT_GE(failEach(text, operation), failures) << text;
 }
 
 // Numbers agree again by chance: an addition fails, one result goes by hand, another comes.
@@ -173,7 +144,7 @@ TEST(OutOfMemory, ResultsChangedByHandAreNeverMistaken) {
   }
 }
 
-TEST(OutOfMemory, SearchOfRangesNeedsNoMemoryHoweverManyMatch) {
+TEST(OutOfMemory, RangesAreSearchedWithoutAnyHoweverManyMatch) {
   ZrPolicyCache cache;
   zrtest::addPolicies(cache, 1);
   for (int i = 0; i < 1000; ++i)
