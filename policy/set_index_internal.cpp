@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 namespace zr {
 
@@ -12,8 +13,10 @@ void SpareResults::keep(Container& results) {
   } catch (const std::bad_alloc&) {
     return;
   }
-  while (m_nodes.size() < kept)
-    m_nodes.push_back(results.extract(results.begin()));
+  while (m_nodes.size() < kept && !results.empty()) {
+    Node node = results.extract(results.begin());
+    if (node.value() != nullptr) m_nodes.push_back(std::move(node));  // a host may have put a null there
+  }
 }
 
 }  // namespace zr

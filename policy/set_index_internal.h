@@ -1,6 +1,8 @@
 #ifndef ZR_POLICY_SET_INDEX_INTERNAL_H
 #define ZR_POLICY_SET_INDEX_INTERNAL_H
 
+#include <set>
+#include <utility>
 #include <vector>
 
 #include "policy/ZrPolicyResultSet.h"

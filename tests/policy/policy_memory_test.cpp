@@ -17,7 +17,6 @@ long g_blocks = 0;  // not yet freed
 
 }  // namespace
 
-// Arrays come by these too, but for those of the sanitizers.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   void* const block = g_failAt > 0 && --g_failAt == 0 ? nullptr : std::malloc(size);
   if (block != nullptr) ++g_blocks;
@@ -27,11 +26,23 @@ void* operator new(std::size_t size) {
   void* const block = operator new(size, std::nothrow);
   return block != nullptr ? block : throw std::bad_alloc();
 }
+void* operator new[](std::size_t size, const std::nothrow_t& nothrow) noexcept {
+  return operator new(size, nothrow);
+}
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
 void operator delete(void* block) noexcept {
   if (block != nullptr) --g_blocks;
   std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept {
+  operator delete(block);
+}
+void operator delete[](void* block) noexcept {
+  operator delete(block);
+}
+void operator delete[](void* block, std::size_t) noexcept {
   operator delete(block);
 }
 
@@ -109,7 +120,7 @@ TEST(OutOfMemory, RefusedObjectStaysTheCallersAndAnswersKeepWhatTheyHave) {
        [](auto& cache, auto&) {
          hand<ZrPolicy>(cache, &ZrPolicyCache::addPolicy, [] { return zrtest::newPolicy(1000, true, true); });
        }},
-      {"", 3, [](auto& cache, auto&) { cache.reindex(); }},
+      {"", 6, [](auto& cache, auto&) { cache.reindex(); }},
       {"const char*: Failed to allocate resource for ZrPolicyResult", 2 * 99,
        [](auto&, auto& asked) { asked.range("10.0.0.0"); }},
       {"char*: ZrPolicyCache::lookupRule() unknow error, iType:[1], pszKey:[n3]", 2,
