@@ -5,21 +5,22 @@
 namespace zrhost {
 namespace {
 
-constexpr std::chrono::seconds kPatience{5};
+constexpr std::chrono::milliseconds kPatience{5000};
+constexpr std::chrono::milliseconds kOneAttempt{700};  // as wait_for_locks.sql says
 constexpr const char* kLockNotAvailable = "55P03";
 
 }  // namespace
 
 void beginLocked(std::optional<Transaction>& transaction, Session& session, const TransactionKind& kind,
                  const std::function<void()>& takeLocks) {
-  const auto end = std::chrono::steady_clock::now() + kPatience;
+  const auto lastStart = std::chrono::steady_clock::now() + kPatience - kOneAttempt;
   for (;;) {
     transaction.emplace(session, kind.begin, kind.undo);
     try {
       if (!session.isSqlite()) session.run("wait_for_locks.sql");
       return takeLocks();
     } catch (const HostError&) {
-      const bool again = session.sqlState() == kLockNotAvailable && std::chrono::steady_clock::now() < end;
+      const bool again = session.sqlState() == kLockNotAvailable && std::chrono::steady_clock::now() < lastStart;
       transaction.reset();
       if (!again) throw;
     }
