@@ -108,7 +108,7 @@ InitReport PolicyDatabase::init(const DatabaseOptions& options, const InitOption
   single.poolSize = 1;
   if (isFileMissing(single)) {
     NewFile file(single.file);
-    const InitReport report = [&] {
+    InitReport report = [&] {
       Source source(single, file.temporaryPath());
       return makeDatabase(source, what);
     }();

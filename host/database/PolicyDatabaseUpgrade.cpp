@@ -35,6 +35,10 @@ UpgradeReport PolicyDatabase::upgrade(const DatabaseOptions& options) {
   Session session(source);
   session.setTask("upgrade the tables");
   std::optional<Transaction> transaction;
+  beginLocked(transaction, session, kReading, [&] { lockTables(session, "policy_revision", "ACCESS SHARE"); });
+  const int found = readRevision(session).schemaVersion;
+  transaction.reset();
+  if (found == kSchemaVersion) return {found, found};  // without keeping anybody out
   beginLocked(transaction, session, kWriting, [&] {
     lockSchema(session);
     lockTables(session, "policy_revision, policy, policy_rule, ep_link", "ACCESS EXCLUSIVE");

@@ -8,6 +8,7 @@
 #include <random>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include "host/base/FileDescriptor.h"
 #include "host/base/HostError.h"
@@ -28,11 +29,11 @@ std::string folderOf(const std::string& path) {
 
 // What belongs to a database and bears its name: a new one would take it for its own and play it back.
 void refuseStaleJournal(const std::string& path) {
-  for (const char* suffix : {"-wal", "-journal"}) {
-    const std::string journal = path + suffix;
+  for (const std::string& journal : {path + "-wal", path + "-journal"}) {
     if (!isThere(journal) || isThere(path)) continue;
-    throw HostError(ErrorKind::kTablesPresent, oneLine("cannot make a policy database in '" + path + "': '" + journal +
-                                                       "' of an earlier database is there; remove it first"));
+    std::string text = "cannot make a policy database in '";
+    text.append(path).append("': '").append(journal).append("' of an earlier database is there; remove it first");
+    throw HostError(ErrorKind::kTablesPresent, oneLine(std::move(text)));
   }
 }
 

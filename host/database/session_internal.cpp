@@ -38,8 +38,7 @@ std::string databaseKind(ZrDbConnect& connection) {
 }
 
 [[noreturn]] void refuse(const Session& session, const std::string& why) {
-  throw HostError(ErrorKind::kNotPolicyDatabase,
-                  oneLine(placeOf(session.options()) + " holds no policy database: " + why));
+  throw HostError(ErrorKind::kNotPolicyDatabase, oneLine(placeOf(session.options()) + why));
 }
 
 // The content may be whole, so what is told puts the row back, with an epoch that says that the old state is unknown.
@@ -49,8 +48,8 @@ std::string databaseKind(ZrDbConnect& connection) {
   while (session.next())
     if (lowerCase(session.text("table_name")) == "group_member") version = kSchemaVersion;
   refuse(session,
-         "policy_revision has lost its row; put one back, with a new epoch: INSERT INTO policy_revision (epoch, "
-         "revision, schema_version) VALUES ('" +
+         " is damaged: policy_revision has lost its row; put one back, with a new epoch: INSERT INTO policy_revision "
+         "(epoch, revision, schema_version) VALUES ('" +
              randomEpoch() + "', 0, " + std::to_string(version) + ")");
 }
 
@@ -191,13 +190,13 @@ Revision readRevision(Session& session) {
   session.take("epoch", epoch);
   session.take("revision", revision);
   session.take("schema_version", version);
-  if (session.next()) refuse(session, "policy_revision has more than one row; keep the right one");
+  if (session.next()) refuse(session, " is damaged: policy_revision has more than one row; keep the right one");
   const auto number = strictNumber(revision.value_or(""), 0, std::numeric_limits<std::int64_t>::max());
   const auto schema = strictNumber(version.value_or(""), 1, std::numeric_limits<int>::max());
   if (!epoch || !number || !schema)
-    refuse(session, "the row of policy_revision is none; restore the database from a backup");
+    refuse(session, " holds no policy database: the row of policy_revision is none; restore it from a backup");
   if (*schema > kSchemaVersion) {
-    refuse(session, "its schema version " + *version + " is newer than this program's " +
+    refuse(session, " cannot be read: its schema version " + *version + " is newer than this program's " +
                         std::to_string(kSchemaVersion) + "; use a newer program");
   }
   return {*epoch, *number, static_cast<int>(*schema)};

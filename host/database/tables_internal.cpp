@@ -71,7 +71,8 @@ void runFolder(Session& session, const std::string& folder, const std::string& s
 std::string schemaForTables(Session& session) {
   session.run("current_schema.sql");
   session.next();
-  const std::string schema = session.text("schema_name"), user = session.text("user_name");
+  std::string schema = session.text("schema_name");
+  const std::string user = session.text("user_name");
   if (session.text("may_create") == "1") return schema;
   const std::string why = schema.empty() ? "no schema of the user's search_path is there; name one in it"
                                          : "the user may not create tables in the schema " + schema +
