@@ -1,5 +1,6 @@
 #include "host/database/PolicyDatabase.h"
 
+#include "host/database/locks_internal.h"
 #include "host/database/session_internal.h"
 
 namespace zrhost {
@@ -39,6 +40,40 @@ void readLinks(Session& session, RowSink& sink) {
   }
 }
 
+void readMembers(Session& session, RowSink& sink) {
+  session.run("read_members.sql");
+  for (MemberRow row; session.next(); sink.onMember(row)) {
+    session.take("group_name", row.groupName);
+    session.take("user_name", row.userName);
+  }
+}
+
+// The tables that a schema version has; of an unknown one (0) the one that tells the version.
+std::string tablesOf(int schemaVersion) {
+  std::string tables = "policy_revision";
+  if (schemaVersion >= 1) tables += ", policy, policy_rule, ep_link";
+  if (schemaVersion >= 2) tables += ", group_member";
+  return tables;
+}
+
+Revision beginReading(std::optional<Transaction>& transaction, Session& session, int schemaVersion) {
+  beginLocked(transaction, session, kReading, [&] { lockTables(session, tablesOf(schemaVersion), "ACCESS SHARE"); });
+  return readRevision(session);
+}
+
+// The first statement that reads fixes what a transaction sees, but TRUNCATE and a table that was made anew show
+// through: so all tables are locked first, and which there are must be known before that.
+Revision beginReadingAll(std::optional<Transaction>& transaction, Session& session) {
+  Revision revision = beginReading(transaction, session, 0);
+  if (session.isSqlite()) return revision;
+  for (int locked = 0; revision.schemaVersion != locked;) {
+    locked = revision.schemaVersion;
+    transaction.reset();
+    revision = beginReading(transaction, session, locked);
+  }
+  return revision;
+}
+
 }  // namespace
 
 struct PolicyDatabase::Parts : Source {
@@ -51,19 +86,20 @@ PolicyDatabase::~PolicyDatabase() = default;
 
 Revision PolicyDatabase::read(RowSink& sink) {
   Session session(*m_parts);
-  Transaction transaction(session, "begin_read.sql", "end_read.sql");
-  Revision revision = readRevision(session);
+  std::optional<Transaction> transaction;
+  Revision revision = beginReadingAll(transaction, session);
   sink.onRevision(revision);
   readPolicies(session, sink);
   readRules(session, sink);
   readLinks(session, sink);
+  if (revision.schemaVersion >= 2) readMembers(session, sink);
   return revision;
 }
 
 Revision PolicyDatabase::revision() {
   Session session(*m_parts);
-  Transaction transaction(session, "begin_read.sql", "end_read.sql");
-  return readRevision(session);
+  std::optional<Transaction> transaction;
+  return beginReading(transaction, session, 0);
 }
 
 }  // namespace zrhost

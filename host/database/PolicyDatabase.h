@@ -24,10 +24,16 @@ struct InitOptions {
 struct InitReport {
   std::vector<TableCount> dropped;  // the tables that `force` dropped, with the rows that went with them
   std::vector<TableCount> created;  // the new tables, with the rows that they hold now
-  Revision revision;
 };
 
-// One policy database over ODBC, through a pool of the library's.
+// The schema version that an upgrade found, and the one that it left: the same when there was nothing to do.
+struct UpgradeReport {
+  int from;
+  int to;
+};
+
+// One policy database over ODBC, through a pool of the library's. Databases of schema version 1 are read as well; they
+// have no members of groups.
 //
 // Failures arrive as HostError. What the library logged at level 1 on the way is part of the text when the program's
 // log sink hands it over (host/log).
@@ -56,20 +62,29 @@ class PolicyDatabase : public RowSource {
   //
   // Throws what the sink throws, and HostError
   //   kNotPolicyDatabase  no tables, other tables, no revision row, a newer schema version than this program knows
-  //   kUnreachable        the connection was lost, the file stayed locked for 5 s, no connection is idle
+  //   kUnreachable        the connection was lost, no connection is idle, the file or a table stayed locked for 5 s
   Revision read(RowSink& sink) override;
 
-  // Only the revision, at the price of one small statement; throws as read does.
+  // Only the revision, at the price of a few small statements; throws as read does.
   Revision revision();
 
   // Makes the database's tables in one transaction; see docs/database.md. An SQLite file that is missing is created,
   // and an SQLite file is put into WAL mode. A failure leaves the database as it was, and no file where there was none.
+  // Of any number of calls at once, in any number of processes, one succeeds when none has `force`.
   //
-  // With `force`, tables of the names policy, policy_rule, ep_link and policy_revision are dropped first, and no
-  // others. Throws as the constructor does, and HostError
-  //   kTablesPresent      without force: one of these tables (or a view of that name) is there
-  //   kUnreachable        the file is locked, or the user may not create tables
+  // With `force`, tables of the names policy, policy_rule, ep_link, group_member and policy_revision (on PostgreSQL
+  // also policy_change) are dropped first, and no others; the new ones belong to the same owners and are granted to the
+  // same roles. Throws as the constructor does, and HostError
+  //   kTablesPresent      without force: one of these tables (or a view of that name) is there; for a file that is not
+  //                       there: a journal of its name is
+  //   kUnreachable        the database is in use for more than 5 s, or the user may not create tables
   static InitReport init(const DatabaseOptions& options, const InitOptions& what);
+
+  // Brings a database of an older schema version to this program's in one transaction, which keeps content, epoch,
+  // revision, owners and grants. Throws as the constructor and read do, and HostError
+  //   kTablesPresent      a table is there that only the newer version should have
+  //   kUnreachable        the database is in use for more than 5 s, or the user does not own the tables
+  static UpgradeReport upgrade(const DatabaseOptions& options);
 
  private:
   struct Parts;

@@ -1,189 +1,121 @@
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
-#include <filesystem>
-#include <random>
-#include <strings.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include "host/base/strict_number.h"
 #include "host/base/terminal_text.h"
 #include "host/database/PolicyDatabase.h"
-#include "host/database/database_failure_internal.h"
-#include "host/database/session_internal.h"
+#include "host/database/locks_internal.h"
+#include "host/database/new_file_internal.h"
+#include "host/database/tables_internal.h"
 
 namespace zrhost {
 namespace {
 
-namespace fs = std::filesystem;
-
-// In the order in which they can be dropped: what refers to others first.
-constexpr const char* kTables[] = {"ep_link", "policy_rule", "policy", "policy_revision"};
-
-// A new, empty file for the database when there is none, removed again unless it is kept. Made by this process alone,
-// so that nobody else's file is ever removed.
-class NewFile {
- public:
-  explicit NewFile(const std::string& path) : m_path(path) {
-    struct stat status {};
-    if (path.empty() || lstat(path.c_str(), &status) == 0) return;
-    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (file < 0 && errno != EEXIST) {
-      throw HostError(ErrorKind::kUnreachable, oneLine("cannot create the database '" + path + "': " +
-                                                       std::strerror(errno) + "; name a place that can be written"));
-    }
-    m_made = file >= 0;
-    if (m_made) close(file);
-  }
-  ~NewFile() {
-    if (!m_made) return;
-    for (const char* part : {"", "-wal", "-shm", "-journal"})
-      unlink((m_path + part).c_str());
-  }
-  NewFile(const NewFile&) = delete;
-  NewFile& operator=(const NewFile&) = delete;
-  void keep() { m_made = false; }
-
- private:
-  std::string m_path;
-  bool m_made = false;
-};
-
-std::string journalMode(Session& session, const std::string& mode) {
-  mode.empty() ? session.run("journal_mode.sql") : session.run("set_journal_mode.sql", mode.c_str());
+std::string journalMode(Session& session) {
+  session.run("journal_mode.sql");
   return session.next() ? session.text("journal_mode") : std::string();
 }
 
-// Puts an SQLite file into WAL mode, and back into its old one unless that is kept. The mode belongs to no transaction.
-class WalMode {
- public:
-  explicit WalMode(Session& session) : m_session(session), m_old(journalMode(session, {})) {
-    if (journalMode(session, "wal") != "wal") {
-      throw HostError(ErrorKind::kUnreachable, oneLine("the file system of " + placeOf(session.options()) +
-                                                       " does not take a database in WAL mode; use a local disk"));
-    }
-  }
-  ~WalMode() {
-    if (m_kept || m_old == "wal") return;
-    try {
-      journalMode(m_session, m_old);
-    } catch (...) {  // the failure that led here is the one to report
-    }
-  }
-  WalMode(const WalMode&) = delete;
-  WalMode& operator=(const WalMode&) = delete;
-  void keep() { m_kept = true; }
-
- private:
-  Session& m_session;
-  std::string m_old;
-  bool m_kept = false;
-};
-
-std::int64_t countRows(Session& session, const char* table) {
-  session.run("count_rows.sql", table);
-  session.next();
-  return strictNumber(session.text("row_count"), 0, INT64_MAX).value_or(0);
+// The mode belongs to no transaction. So the file, which the transaction locked, is kept locked behind it until the
+// connection closes: nobody can come between, and a database that was not made keeps its mode.
+void setWalMode(Session& session) {
+  session.run("set_journal_mode.sql", "wal");
+  if (session.next() && session.text("journal_mode") == "wal") return;
+  throw HostError(ErrorKind::kUnreachable, oneLine("the file system of " + placeOf(session.options()) +
+                                                   " does not take a database in WAL mode; use a local disk"));
 }
 
-// The policy database's tables that are there. A view of such a name is in the way and is never dropped.
-std::vector<std::string> tablesThere(Session& session, bool force) {
-  std::vector<std::string> tables;
-  session.run("list_tables.sql");
-  while (session.next()) {
-    tables.push_back(session.text("table_name"));
-    if (force && session.text("table_kind") == "table") continue;
-    const std::string way =
-        force ? " is no table and is in the way; remove it first"
-              : " is there already; use another database, or 'zrpolicy init --force' to lose its content";
+// A view of such a name is in the way and is never dropped.
+void refuseTablesInTheWay(Session& session, const std::vector<TableThere>& tables, bool force) {
+  for (const TableThere& table : tables) {
+    if (force && table.isTable) continue;
+    const std::string way = force ? " is no table and is in the way; remove it first"
+                                  : " is there already; 'zrpolicy init --upgrade' brings an older database up to date, "
+                                    "'zrpolicy init --force' loses its content";
     throw HostError(ErrorKind::kTablesPresent, oneLine("cannot make a policy database in " +
-                                                       placeOf(session.options()) + ": '" + tables.back() + "'" + way));
+                                                       placeOf(session.options()) + ": '" + table.name + "'" + way));
   }
+}
+
+// Locked all at once, before the first is dropped: a reader has the old ones or the new ones.
+void lockAll(Session& session, const std::vector<TableThere>& tables) {
+  std::string names;
+  for (const TableThere& table : tables)
+    names += (names.empty() ? "" : ", ") + table.name;
+  lockTables(session, names, "ACCESS EXCLUSIVE");
+}
+
+std::vector<TableCount> dropTables(Session& session, const std::vector<TableThere>& tables) {
+  std::vector<TableCount> counts = countTables(session, tables);
+  for (const TableCount& table : counts)
+    session.run("drop_table.sql", table.table.c_str());
+  std::erase_if(counts, [](const TableCount& table) { return table.table == kChangeTable && table.rows == 0; });
+  return counts;
+}
+
+void makeTables(Session& session, const std::vector<Right>& rights) {
+  const std::string schema = schemaForTables(session);
+  runFolder(session, "create", schema);
+  runFolder(session, "version_2", schema);
+  giveRights(session, rights);
+  session.run("insert_revision.sql", randomEpoch().c_str(), kSchemaVersion);
+}
+
+std::vector<TableCount> contentOf(Session& session) {
+  std::vector<TableThere> tables = tablesThere(session);
+  std::erase_if(tables, [](const TableThere& table) { return table.name == kChangeTable; });
+  return countTables(session, tables);
+}
+
+// Begins the transaction that makes the tables; answers those that are to be dropped, which are locked then.
+std::vector<TableThere> beginMaking(std::optional<Transaction>& transaction, Session& session, bool force) {
+  std::vector<TableThere> tables;
+  beginLocked(transaction, session, kWriting, [&] {
+    lockSchema(session);
+    tables = tablesThere(session);
+    refuseTablesInTheWay(session, tables, force);
+    lockAll(session, tables);
+  });
   return tables;
 }
 
-std::vector<TableCount> dropTables(Session& session, const std::vector<std::string>& tables) {
-  std::vector<TableCount> dropped;
-  for (const char* table : kTables) {
-    const auto found = std::find_if(tables.begin(), tables.end(),
-                                    [&](const std::string& name) { return strcasecmp(name.c_str(), table) == 0; });
-    if (found == tables.end()) continue;
-    dropped.push_back({table, countRows(session, table)});
-    session.run("drop_table.sql", table);
-  }
-  return dropped;
-}
-
-// A statement file that the database refuses is at fault itself, whatever a reader would make of the refusal.
-void runFile(Session& session, const std::string& file, const std::string& schema) {
-  try {
-    session.run(file, schema.c_str());
-  } catch (const HostError& error) {
-    if (error.kind() != ErrorKind::kNotPolicyDatabase) throw;
-    throw HostError(ErrorKind::kInputOutput,
-                    oneLine("the SQL statement file '" + file + "' is refused: " + error.what()));
-  }
-}
-
-// Runs every statement file of a folder, in the order of their names. Their one value is the schema that the tables are
-// in.
-void runFolder(Session& session, const std::string& folder, const std::string& schema) {
-  std::vector<std::string> files;
-  std::error_code error;
-  for (const auto& entry : fs::directory_iterator(folder, error))
-    if (entry.path().extension() == ".sql") files.push_back(entry.path().string());
-  if (files.empty()) {
-    throw HostError(ErrorKind::kInputOutput, oneLine("there are no SQL statement files in '" + folder + "'"));
-  }
-  std::sort(files.begin(), files.end());
-  for (const std::string& file : files)
-    runFile(session, file, schema);
-}
-
-std::string randomEpoch() {
-  std::random_device device;
-  std::string epoch;
-  while (epoch.size() < 32)
-    epoch += "0123456789abcdef"[device() % 16];
-  return epoch;
-}
-
-InitReport makeTables(Source& source, Session& session, const InitOptions& what) {
+InitReport makeDatabase(Source& source, const InitOptions& what) {
   InitReport report;
-  Transaction transaction(session, "begin_write.sql", "undo_write.sql");
-  report.dropped = dropTables(session, tablesThere(session, what.force));
-  session.run("current_schema.sql");
-  const std::string schema = session.next() ? session.text("schema_name") : std::string();
-  runFolder(session, source.statements() + "create", schema);
-  session.run("insert_revision.sql", randomEpoch().c_str(), kSchemaVersion);
-  if (what.sample) runFolder(session, source.sqlDirectory() + "sample", schema);
-  for (const char* table : kTables)
-    report.created.push_back({table, countRows(session, table)});
-  report.revision = readRevision(session);
-  transaction.end("commit_write.sql");
+  Session session(source);
+  session.setTask("make the tables");
+  refuseTablesInTheWay(session, tablesThere(session), what.force);  // before anybody is made to wait
+  const bool toWal = source.isSqlite() && journalMode(session) != "wal";
+  std::optional<Transaction> transaction;
+  const std::vector<TableThere> old = beginMaking(transaction, session, what.force);
+  if (toWal) session.run("keep_file_locked.sql");
+  const std::vector<Right> rights = rightsOf(session);
+  report.dropped = dropTables(session, old);
+  makeTables(session, rights);
+  if (what.sample) runFolder(session, source.sqlDirectory() + "sample/", {});
+  report.created = contentOf(session);
+  transaction->end("commit_write.sql");
+  if (toWal) setWalMode(session);
   return report;
+}
+
+bool isFileMissing(const DatabaseOptions& options) {
+  struct stat status {};
+  return options.dsn.empty() && !options.file.empty() && lstat(options.file.c_str(), &status) != 0;
 }
 
 }  // namespace
 
 InitReport PolicyDatabase::init(const DatabaseOptions& options, const InitOptions& what) {
-  NewFile file(options.dsn.empty() ? options.file : std::string());
   DatabaseOptions single = options;
   single.poolSize = 1;
-  InitReport report;
-  {
-    Source source(single);
-    Session session(source);
-    tablesThere(session, what.force);  // refused before anything is touched
-    std::optional<WalMode> wal;
-    if (source.isSqlite()) wal.emplace(session);
-    report = makeTables(source, session, what);
-    if (wal) wal->keep();
-  }
-  file.keep();
-  return report;
+  if (isFileMissing(single)) {
+    NewFile file(single.file);
+    InitReport report = [&] {
+      Source source(single, file.temporaryPath());
+      return makeDatabase(source, what);
+    }();
+    if (file.publish()) return report;
+  }  // else another program made the file meanwhile
+  Source source(single);
+  return makeDatabase(source, what);
 }
 
 }  // namespace zrhost

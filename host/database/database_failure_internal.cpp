@@ -25,6 +25,7 @@ struct Cause {
 constexpr Cause kStatementCauses[] = {
     {"database is locked", ErrorKind::kUnreachable, "is locked by another program; try again when that is done"},
     {"database table is locked", ErrorKind::kUnreachable, "is locked by another program; try again when that is done"},
+    {"[State:55P03]", ErrorKind::kUnreachable, "is locked by another program; try again when that is done"},
     {"not a database", ErrorKind::kNotPolicyDatabase, "is no SQLite database; name another file"},
     {"malformed", ErrorKind::kNotPolicyDatabase, "is damaged; restore it from a backup"},
     {"unable to open database file", ErrorKind::kUnreachable,

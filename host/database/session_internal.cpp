@@ -5,6 +5,7 @@
 #include <cctype>
 #include <filesystem>
 #include <limits>
+#include <random>
 
 #include "host/base/strict_number.h"
 #include "host/base/terminal_text.h"
@@ -15,12 +16,12 @@
 namespace zrhost {
 namespace {
 
-const DatabaseOptions& checked(const DatabaseOptions& options) {
+const DatabaseOptions& checked(const DatabaseOptions& options, const std::string& file) {
   requireOneDatabase(options);
   if (options.poolSize < 1 || options.retries < 1) {
     throw HostError(ErrorKind::kUsage, "the pool size and the number of attempts must be at least 1");
   }
-  if (options.dsn.empty()) checkFile(options.file);
+  if (options.dsn.empty()) checkFile(file);
   return options;
 }
 
@@ -36,12 +37,29 @@ std::string databaseKind(ZrDbConnect& connection) {
   return lowerCase(name.data());
 }
 
+[[noreturn]] void refuse(const Session& session, const std::string& why) {
+  throw HostError(ErrorKind::kNotPolicyDatabase, oneLine(placeOf(session.options()) + why));
+}
+
+// The content may be whole, so what is told puts the row back, with an epoch that says that the old state is unknown.
+[[noreturn]] void refuseWithoutRow(Session& session) {
+  int version = 1;
+  session.run("list_tables.sql");
+  while (session.next())
+    if (lowerCase(session.text("table_name")) == "group_member") version = kSchemaVersion;
+  refuse(session,
+         " is damaged: policy_revision has lost its row; put one back, with a new epoch: INSERT INTO policy_revision "
+         "(epoch, revision, schema_version) VALUES ('" +
+             randomEpoch() + "', 0, " + std::to_string(version) + ")");
+}
+
 }  // namespace
 
-Source::Source(const DatabaseOptions& wanted)
-    : options(checked(wanted)),
+Source::Source(const DatabaseOptions& wanted, const std::string& file)
+    : options(checked(wanted, file.empty() ? wanted.file : file)),
       m_sqlDirectory(options.sqlDirectory.empty() ? findSqlDirectory() : options.sqlDirectory),
-      m_entries(options.dsn.empty() ? OdbcEntries::forFile(options.file) : OdbcEntries::forDsn(options.dsn)),
+      m_entries(options.dsn.empty() ? OdbcEntries::forFile(file.empty() ? options.file : file)
+                                    : OdbcEntries::forDsn(options.dsn)),
       m_alias(m_entries.dsn(), placeOf(options)) {
   if (m_sqlDirectory.back() != '/') m_sqlDirectory += '/';
   connect();
@@ -107,7 +125,7 @@ std::string Session::checkedStatement(std::string sql, int size, const std::stri
 }
 
 void Session::execute(const std::string& name, const std::string& sql) {
-  m_doing = std::filesystem::path(name).stem().string();
+  m_doing = m_task.empty() ? std::filesystem::path(name).stem().string() : m_task;
   std::replace(m_doing.begin(), m_doing.end(), '_', ' ');
   try {
     m_connection->executeSQL(sql.c_str(), ZrDbConnect::SQLTYPE_ANSI);
@@ -142,6 +160,12 @@ void Session::take(const char* column, Field& field) {
   }
 }
 
+std::string Session::sqlState() const {
+  std::array<SQLCHAR, 6> state{};
+  SQLGetDiagRec(SQL_HANDLE_STMT, m_connection->m_hstmt, 1, state.data(), nullptr, nullptr, 0, nullptr);
+  return reinterpret_cast<const char*>(state.data());
+}
+
 Transaction::~Transaction() {
   if (m_ended) return;
   try {
@@ -151,25 +175,29 @@ Transaction::~Transaction() {
   }
 }
 
+std::string randomEpoch() {
+  std::random_device device;
+  std::string epoch;
+  while (epoch.size() < 32)
+    epoch += "0123456789abcdef"[device() % 16];
+  return epoch;
+}
+
 Revision readRevision(Session& session) {
-  constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
-  const auto refuse = [&](const std::string& why) {
-    throw HostError(ErrorKind::kNotPolicyDatabase,
-                    oneLine(placeOf(session.options()) + " holds no policy database: " + why));
-  };
   session.run("read_revision.sql");
-  if (!session.next()) refuse("policy_revision has no row; make the tables anew with 'zrpolicy init --force'");
+  if (!session.next()) refuseWithoutRow(session);
   Field epoch, revision, version;
   session.take("epoch", epoch);
   session.take("revision", revision);
   session.take("schema_version", version);
-  if (session.next()) refuse("policy_revision has more than one row; keep the right one");
-  const auto number = strictNumber(revision.value_or(""), 0, most);
+  if (session.next()) refuse(session, " is damaged: policy_revision has more than one row; keep the right one");
+  const auto number = strictNumber(revision.value_or(""), 0, std::numeric_limits<std::int64_t>::max());
   const auto schema = strictNumber(version.value_or(""), 1, std::numeric_limits<int>::max());
-  if (!epoch || !number || !schema) refuse("the row of policy_revision is none; restore the database from a backup");
+  if (!epoch || !number || !schema)
+    refuse(session, " holds no policy database: the row of policy_revision is none; restore it from a backup");
   if (*schema > kSchemaVersion) {
-    refuse("its schema version " + *version + " is newer than this program's " + std::to_string(kSchemaVersion) +
-           "; use a newer program");
+    refuse(session, " cannot be read: its schema version " + *version + " is newer than this program's " +
+                        std::to_string(kSchemaVersion) + "; use a newer program");
   }
   return {*epoch, *number, static_cast<int>(*schema)};
 }

@@ -11,12 +11,13 @@
 
 namespace zrhost {
 
-inline constexpr int kSchemaVersion = 1;
+inline constexpr int kSchemaVersion = 2;
 
 // A connected pool, and where the statements for its kind of database are.
 class Source {
  public:
-  explicit Source(const DatabaseOptions& options);
+  // `file`, when it is given, is opened in place of the file of the options, which messages go on naming.
+  explicit Source(const DatabaseOptions& options, const std::string& file = {});
 
   const DatabaseOptions options;
   ZrDataAccess& pool() { return m_pool; }
@@ -56,9 +57,15 @@ class Session {
   std::string text(const char* column);
   // A column that a statement marks with '=' in front of what is there, so that NULL differs from an empty text.
   void take(const char* column, Field& field);
+  // The SQLSTATE of the last statement, when that failed.
+  std::string sqlState() const;
+  // What messages say that statements are for, from now on; without it they say the name of the statement's file.
+  void setTask(const std::string& task) { m_task = task; }
   // Has the pool replace the connection when it is lent next.
   void breakConnection() noexcept { m_connection->m_state = 6; }
   const DatabaseOptions& options() const { return m_source.options; }
+  bool isSqlite() const { return m_source.isSqlite(); }
+  const std::string& statements() const { return m_source.statements(); }
 
  private:
   template <typename... Values>
@@ -75,6 +82,7 @@ class Session {
 
   Source& m_source;
   ZrDbConnect* m_connection;
+  std::string m_task;
   std::string m_doing;  // for messages
 };
 
@@ -99,6 +107,9 @@ class Transaction {
   const char* m_undo;
   bool m_ended = false;
 };
+
+// A random text that no other database has.
+std::string randomEpoch();
 
 // The one row of policy_revision. Throws kNotPolicyDatabase when there is none or another, or the schema is a newer
 // one.

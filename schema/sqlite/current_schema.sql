@@ -1,1 +1,1 @@
-SELECT 'main' AS schema_name
+SELECT 'main' AS schema_name, '' AS user_name, 1 AS may_create

@@ -47,7 +47,7 @@ TEST_F(BadDatabase, EveryCommandEndsWithTheStatusOfTheFailure) {
       {m_folder.path(), 69, m_folder.path()},
       {m_folder.file(std::string(5000, 'x')), 69, "xxx"},
       {m_folder.write("text.db", std::string(5000, 'x')), 78, "text.db"},
-      {looseDatabase("UPDATE policy_revision SET schema_version = 2"), 78, "schema"},
+      {looseDatabase("UPDATE policy_revision SET schema_version = 3"), 78, "schema"},
   };
   for (const auto& [file, status, named] : cases) {
     for (const Words& words : {Words{"lookup", "--all", "--database", file}, {"load", "--database", file}})

@@ -92,7 +92,7 @@ PostgresServer::~PostgresServer() {
 
 void PostgresServer::start() {
   m_pid = spawn({programFolder() + "/postgres", "-D", m_folder.file("data"), "-k", socketFolder(), "-c",
-                 "listen_addresses=", "-c", "fsync=off", "-c", "max_connections=40"},
+                 "listen_addresses=", "-c", "fsync=off", "-c", "max_connections=40", "-c", "wal_level=logical"},
                 m_folder.file("server.log"));
   for (int tries = 0; tries < 600; ++tries) {
     if (waitpid(m_pid, nullptr, WNOHANG) == m_pid) break;

@@ -1,1 +1,0 @@
-ALTER TABLE policy ENABLE ALWAYS TRIGGER policy_change

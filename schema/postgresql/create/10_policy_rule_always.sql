@@ -1,1 +1,0 @@
-ALTER TABLE policy_rule ENABLE ALWAYS TRIGGER policy_rule_change

@@ -1,1 +1,0 @@
-ALTER TABLE ep_link ENABLE ALWAYS TRIGGER ep_link_change

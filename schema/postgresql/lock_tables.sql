@@ -1,0 +1,1 @@
+LOCK TABLE %s IN %s MODE

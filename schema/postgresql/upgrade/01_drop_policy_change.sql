@@ -1,0 +1,1 @@
+DROP TRIGGER IF EXISTS policy_change ON policy

@@ -1,0 +1,1 @@
+DROP TRIGGER IF EXISTS policy_rule_change ON policy_rule

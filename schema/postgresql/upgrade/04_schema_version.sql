@@ -1,0 +1,1 @@
+UPDATE policy_revision SET schema_version = 2

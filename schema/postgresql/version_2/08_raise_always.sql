@@ -1,0 +1,1 @@
+ALTER TABLE policy_change ENABLE ALWAYS TRIGGER policy_change_raise
