@@ -29,6 +29,7 @@ constexpr SettingOption kSettingOptions[] = {
     {"--connect-timeout", "database", "connect_timeout", "SECONDS", kConnection},
     {"--retry-wait", "database", "retry_wait", "SECONDS", kConnection},
     {"--retries", "database", "retries", "NUMBER", kConnection},
+    {"--read-timeout", "database", "read_timeout", "SECONDS", kConnection},
     {"--sql-dir", "sql", "directory", "FOLDER", kGeneral},
     {"--log-level", "log", "level", "LEVEL", kGeneral},
 };

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "cli/silent_server.h"
 #include "cli/standard_streams.h"
 #include "host/base/terminal_text.h"
 #include "host/log/LogSink.h"
@@ -98,6 +99,8 @@ zrhost::DatabaseOptions databaseOptions(const CommandContext& context) {
   options.connectTimeout = settings.number("database", "connect_timeout");
   options.retryWait = settings.number("database", "retry_wait");
   options.retries = settings.number("database", "retries");
+  options.readTimeout = settings.number("database", "read_timeout");
+  options.onSilence = endForSilence;
   return options;
 }
 

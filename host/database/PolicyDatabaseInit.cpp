@@ -174,7 +174,7 @@ InitReport PolicyDatabase::init(const DatabaseOptions& options, const InitOption
   single.poolSize = 1;
   InitReport report;
   {
-    Source source(single);
+    Source source(single, {}, Access::kMake);
     Session session(source);
     tablesThere(session, what.force);  // refused before anything is touched
     std::optional<WalMode> wal;

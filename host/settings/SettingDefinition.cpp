@@ -28,8 +28,9 @@ constexpr SettingDefinition kDefinitions[] = {
     text("database", "password_file", "A file with the user's password, which nobody else may read."),
     number("database", "pool_size", 1, 1024, "1", "How many connections are kept open."),
     number("database", "connect_timeout", 1, 3600, "5", "Seconds that one attempt to connect may take."),
-    number("database", "retry_wait", 0, 3600, "1", "Seconds to wait after an attempt that failed."),
-    number("database", "retries", 1, 1000, "1", "How many attempts to connect are made."),
+    number("database", "retry_wait", 0, 3600, "1", "Seconds to wait between two attempts to connect."),
+    number("database", "retries", 1, 1000, "1", "How many attempts to connect are made in all."),
+    number("database", "read_timeout", 1, 86400, "60", "Seconds that a server may say nothing while it is read."),
     text("sql", "directory", "The folder of the SQL statements, if not the one installed with the program."),
     number("log", "level", 0, 4, "0", "What is logged: 0 nothing, 1 errors, up to 4 every step."),
 };

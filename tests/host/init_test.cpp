@@ -114,10 +114,10 @@ TEST_P(Init, SchemaThatThisProgramDoesNotKnowIsRefused) {
       {"", "holds no policy database"},
       {"CREATE TABLE policy_revision (a INTEGER)", "holds no policy database"},
       {"DROP TABLE policy_revision; CREATE TABLE policy_revision (epoch TEXT, revision TEXT, schema_version TEXT)",
-       "policy_revision has no row"},
+       "policy_revision has lost its row"},
       {"INSERT INTO policy_revision VALUES ('e', '1', NULL)", "the row of policy_revision is none"},
       {"UPDATE policy_revision SET schema_version = '2'", "its schema version 2 is newer than this program's 1"},
-      {"UPDATE policy_revision SET schema_version = '1'", "holds no policy database"},
+      {"UPDATE policy_revision SET schema_version = '1'", "policy database"},
       {"CREATE TABLE policy (n INTEGER)", "holds no policy database"},
   };
   place->run("CREATE TABLE other (n INTEGER);");
@@ -139,6 +139,7 @@ TEST(InitSqlite, FileIsMadeInWalModeAtAnyPath) {
     longPath += "/.";
   for (const std::string& path : {folder.file("a ;#]=[\"'%s\xff\n\\.db"), longPath + "/p.db"}) {
     zrhost::DatabaseOptions options;
+    options.sqlDirectory = ZR_TEST_SCHEMA;
     options.file = path;
     PolicyDatabase::init(options, {true, false});
     std::ifstream file(path, std::ios::binary);

@@ -22,6 +22,7 @@ Failure opening(const DatabaseOptions& options) {
 DatabaseOptions fileOptions(const std::string& file) {
   DatabaseOptions options;
   options.file = file;
+  options.sqlDirectory = ZR_TEST_SCHEMA;
   options.retryWait = 0;
   return options;
 }
@@ -110,6 +111,7 @@ TEST(Unreachable, DataSourcesThatDoNotConnectAreToldApart) {
   for (const auto& c : cases) {
     DatabaseOptions options;
     options.dsn = c.dsn;
+    options.sqlDirectory = ZR_TEST_SCHEMA;
     options.user = "clerk";
     options.password = c.password;
     options.retryWait = 0;
