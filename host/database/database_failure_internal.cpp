@@ -29,15 +29,14 @@ constexpr const char* kLocked = "is locked by another program; try again when th
 constexpr const char* kAltered =
     "holds no policy database as it should be: its tables were altered, or are another program's; restore them, or "
     "name another database";
-constexpr const char* kBadStatement = "does not take this SQL statement file; correct the file, or use those installed";
+constexpr const char* kBadStatement = "does not take the SQL statement file";
 constexpr const char* kLost = "has dropped the connection; try again, and look after the server when it goes on";
 
 // In each table the first that fits counts. These are by SQLite's numbers, which are as good as SQLSTATEs.
 constexpr Cause kSqlite[] = {
     {"", 5, "", kUnreachable, kLocked},
     {"", 6, "", kUnreachable, kLocked},
-    {"", 8, "", kUnreachable,
-     "cannot be written by this user, which this takes; let the owner of the file or its writer do it"},
+    {"", 8, "", kUnreachable, "cannot be written: no permission; use the account of its owner"},
     {"", 10, "", kFile, "cannot be read or written; check the disk"},
     {"", 11, "", kOther, "is damaged; restore it from a backup"},
     {"", 13, "", kFile, "is out of disk space; make room"},
@@ -46,7 +45,6 @@ constexpr Cause kSqlite[] = {
     {"", 1, "no such table", kOther, "holds no policy database; make one with 'zrpolicy init'"},
     {"", 1, "no such column", kOther, kAltered},
     {"", 1, "has no column", kOther, kAltered},
-    {"", 1, "syntax error", kFile, kBadStatement},
     {"", 1, "", kFile, kBadStatement},
 };
 
@@ -174,14 +172,16 @@ HostError failure(const FailurePlace& place, ErrorKind kind, const std::string& 
   return {kind, oneLine(doing + ": " + place.name + " " + meaning + " (" + details(diagnostic, thrown) + ")")};
 }
 
-HostError statementFailure(const FailurePlace& place, const std::string& doing, const Diagnostic& diagnostic,
-                           const char* thrown) {
+HostError statementFailure(const FailurePlace& place, const std::string& doing, const std::string& file,
+                           const Diagnostic& diagnostic, const char* thrown) {
   if (!place.sqlite && diagnostic.state == "42501") {
     return failure(place, kUnreachable, doing, missingRight(place, diagnostic.text), diagnostic, thrown);
   }
   const Cause& cause =
       place.sqlite ? causeIn(kSqlite, diagnostic, kOtherStatement) : causeIn(kServer, diagnostic, kOtherStatement);
-  return failure(place, cause.kind, doing, cause.meaning, diagnostic, thrown);
+  const std::string meaning =
+      std::string_view(cause.meaning) == kBadStatement ? cause.meaning + (" '" + file + "'; correct it") : cause.meaning;
+  return failure(place, cause.kind, doing, meaning, diagnostic, thrown);
 }
 
 HostError connectFailure(const FailurePlace& place, const Diagnostic& diagnostic, const char* thrown) {

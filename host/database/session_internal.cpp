@@ -122,7 +122,7 @@ bool Source::isRefusedToReader() {
   if (m_dataSource.sqliteFile() == nullptr) return false;
   constexpr SQLINTEGER kReadOnly = 8, kCannotOpen = 14;
   ZrDbConnect& connection = *m_pool.m_vecConnect.front();
-  if (SQL_SUCCEEDED(executeDirect(connection, "PRAGMA schema_version"))) return false;
+  if (SQL_SUCCEEDED(executeDirect(connection, "SELECT 1 FROM sqlite_master"))) return false;
   const SQLINTEGER number = diagnosticOf(SQL_HANDLE_STMT, connection.m_hstmt).native;
   return number == kReadOnly || number == kCannotOpen;
 }
@@ -243,7 +243,7 @@ void Session::fail(const char* thrown) {
   m_running = false;
   const HostError error = diagnostic.state == kNoSuchTable && !isExplained
                               ? missingTable(diagnostic, thrown)
-                              : statementFailure(place, "cannot " + m_doing, diagnostic, thrown);
+                              : statementFailure(place, "cannot " + m_doing, m_file, diagnostic, thrown);
   m_sqlState = diagnostic.state;
   throw error;
 }
@@ -251,14 +251,14 @@ void Session::fail(const char* thrown) {
 // A server does not tell a table that is not there from one in a schema that this user does not search or may not use.
 // Its catalogue does, once the transaction is over that it has broken off.
 HostError Session::missingTable(const Diagnostic& diagnostic, const char* thrown) {
-  const std::string doing = "cannot " + m_doing;
+  const std::string doing = "cannot " + m_doing, file = m_file;
   const auto told = [&](ErrorKind kind, const std::string& meaning) {
     return failure(m_source.place(), kind, doing, meaning, diagnostic, thrown);
   };
   try {
     run("end_read.sql");
     run(kFindTables);
-    if (!next()) return statementFailure(m_source.place(), doing, diagnostic, thrown);
+    if (!next()) return statementFailure(m_source.place(), doing, file, diagnostic, thrown);
     const std::string schema = text("schema_name");
     if (text("is_searched") == "1") {
       return told(ErrorKind::kNotPolicyDatabase,
@@ -274,7 +274,7 @@ HostError Session::missingTable(const Diagnostic& diagnostic, const char* thrown
                                              ", which this user may not use: no permission; GRANT USAGE ON SCHEMA " +
                                              schema + " to the user");
   } catch (const HostError&) {  // what is known without it has to do
-    return statementFailure(m_source.place(), doing, diagnostic, thrown);
+    return statementFailure(m_source.place(), doing, file, diagnostic, thrown);
   }
 }
 

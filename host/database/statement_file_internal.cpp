@@ -38,8 +38,8 @@ std::size_t checkConversion(const std::string& path, const std::string& conversi
   const std::size_t value = numbered ? static_cast<std::size_t>(conversion[0] - '1') : next++;
   const std::size_t at = numbered ? 2 : 0;
   if (value >= kinds.size() || conversion[at] != kinds[value]) {
-    refuse(path, "holds '%" + conversion.substr(0, 3) + "', which is no conversion of " +
-                     (kinds.empty() ? "a statement without values" : "its values") + " (a percent sign is written %%)");
+    refuse(path, "holds '%" + conversion.substr(0, 3) +
+                     "', which is no conversion of the values that the program gives (a percent sign is written %%)");
   }
   return at + 1;
 }

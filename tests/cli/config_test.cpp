@@ -48,6 +48,7 @@ TEST_F(Config, ShowTellsWhereEachValueComesFromAndNoPassword) {
                            "database  connect_timeout  default                        5\n"
                            "database  retry_wait       default                        1\n"
                            "database  retries          file                           3\n"
+                           "database  read_timeout     default                        60\n"
                            "database  (password)       environment ZRPOLICY_PASSWORD  (hidden)\n");
   EXPECT_THAT(shown.err, HasSubstr("warning: " + m_path + ": unknown setting \"password\" in [database]"));
 }

@@ -26,7 +26,7 @@ TEST(Usage, HelpAndVersionSucceedAndTheManualPageHasEveryOptionOfTheHelp) {
     for (std::sregex_iterator match(result.out.begin(), result.out.end(), option), end; match != end; ++match)
       names.insert((*match)[1]);
   }
-  EXPECT_EQ(names.size(), 26U);
+  EXPECT_EQ(names.size(), 27U);
   for (const std::string& name : names)
     EXPECT_THAT(page, HasSubstr("Fl -" + name)) << name;
 }
