@@ -38,7 +38,6 @@ constexpr char kFooter[] =
     "ENVIRONMENT\n"
     "    ZRPOLICY_CONFIG    the configuration file, when --config is not given\n"
     "    ZRPOLICY_PASSWORD  the password for --dsn, when --password-file is not given\n"
-    "    TMPDIR             where the private folder with the ODBC entries is made\n"
     "\n"
     "EXAMPLES\n"
     "    zrpolicy init --sample --database sample.db\n"

@@ -1,5 +1,6 @@
 #include "cli/database_access.h"
 
+#include "cli/silent_server.h"
 #include "cli/standard_streams.h"
 #include "host/log/LogSink.h"
 
@@ -9,7 +10,9 @@ zrhost::DatabaseOptions databaseOptions(const CommandContext& context) {
   const zrhost::Settings settings(context.settings);
   printWarnings(settings.warnings());
   zrhost::setLogLevel(settings.options().log.level);
-  return settings.database();
+  zrhost::DatabaseOptions options = settings.database();
+  options.onSilence = endForSilence;
+  return options;
 }
 
 LoadedCache loadPolicies(const CommandContext& context, zrhost::LoadOptions options) {

@@ -38,8 +38,8 @@ struct UpgradeReport {
 // Failures arrive as HostError. What the library logged at level 1 on the way is part of the text when the program's
 // log sink hands it over (host/log).
 //
-// Threads: read may run in as many threads at once as the pool has connections; a further one gets kUnreachable. One
-// object at a time in a process; construct and destroy it while the process has a single thread (OdbcEntries.h).
+// Threads: read may run in as many threads at once as the pool has connections; a further one gets kUnreachable.
+// Any number of objects at once, made and destroyed in any threads.
 class PolicyDatabase : public RowSource {
  public:
   // Connects. An SQLite file is never created. Throws HostError

@@ -109,12 +109,12 @@ InitReport PolicyDatabase::init(const DatabaseOptions& options, const InitOption
   if (isFileMissing(single)) {
     NewFile file(single.file);
     InitReport report = [&] {
-      Source source(single, file.temporaryPath());
+      Source source(single, file.temporaryPath(), Access::kMake);
       return makeDatabase(source, what);
     }();
     if (file.publish()) return report;
   }  // else another program made the file meanwhile
-  Source source(single);
+  Source source(single, {}, Access::kMake);
   return makeDatabase(source, what);
 }
 

@@ -1,13 +1,9 @@
 #include "host/database/database_failure_internal.h"
 
-#include <array>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <vector>
+#include <algorithm>
+#include <cctype>
+#include <span>
+#include <string_view>
 
 #include "host/base/terminal_text.h"
 #include "host/log/LibraryErrors.h"
@@ -15,179 +11,184 @@
 namespace zrhost {
 namespace {
 
+constexpr SQLINTEGER kAny = -1;
+
 struct Cause {
-  const char* mark;  // what the driver's diagnostics hold
+  const char* state;  // what the SQLSTATE begins with
+  SQLINTEGER native;  // the driver's number
+  const char* words;  // what the text holds once the names in it are taken out
   ErrorKind kind;
   const char* meaning;
 };
 
-// The first that fits counts. The states in brackets are SQLSTATEs.
-constexpr Cause kStatementCauses[] = {
-    {"database is locked", ErrorKind::kUnreachable, "is locked by another program; try again when that is done"},
-    {"database table is locked", ErrorKind::kUnreachable, "is locked by another program; try again when that is done"},
-    {"[State:55P03]", ErrorKind::kUnreachable, "is locked by another program; try again when that is done"},
-    {"not a database", ErrorKind::kNotPolicyDatabase, "is no SQLite database; name another file"},
-    {"malformed", ErrorKind::kNotPolicyDatabase, "is damaged; restore it from a backup"},
-    {"unable to open database file", ErrorKind::kUnreachable,
-     "cannot be opened; check that it and its folder may be used"},
-    {"readonly database", ErrorKind::kUnreachable, "cannot be written: no permission; check the rights to it"},
-    {"is full", ErrorKind::kInputOutput, "is out of disk space; make room"},
-    {"disk I/O error", ErrorKind::kInputOutput, "cannot be read or written; check the disk"},
-    {"[State:53100]", ErrorKind::kInputOutput, "is out of disk space; make room"},
-    {"[State:42501]", ErrorKind::kUnreachable,
-     "does not let this user do that: no permission; grant the right, or use another user"},
-    {"permission denied", ErrorKind::kUnreachable,
-     "does not let this user do that: no permission; grant the right, or use another user"},
-    {"[State:25006]", ErrorKind::kUnreachable, "is read-only; use the primary server"},
-    {"no such ", ErrorKind::kNotPolicyDatabase, "holds no policy database; make one with 'zrpolicy init'"},
-    {"has no column", ErrorKind::kNotPolicyDatabase, "holds no policy database; make one with 'zrpolicy init'"},
-    {"syntax error", ErrorKind::kNotPolicyDatabase, "holds no policy database; make one with 'zrpolicy init'"},
-    {"[State:42", ErrorKind::kNotPolicyDatabase, "holds no policy database; make one with 'zrpolicy init'"},
-    {"[State:22P02]", ErrorKind::kNotPolicyDatabase, "holds no policy database; make one with 'zrpolicy init'"},
+constexpr auto kUnreachable = ErrorKind::kUnreachable;
+constexpr auto kOther = ErrorKind::kNotPolicyDatabase;
+constexpr auto kFile = ErrorKind::kInputOutput;
+
+constexpr const char* kLocked = "is locked by another program; try again when that is done";
+constexpr const char* kAltered =
+    "holds no policy database as it should be: its tables were altered, or are another program's; restore them, or "
+    "name another database";
+constexpr const char* kBadStatement = "does not take the SQL statement file";
+constexpr const char* kLost = "has dropped the connection; try again, and look after the server when it goes on";
+
+// In each table the first that fits counts. These are by SQLite's numbers, which are as good as SQLSTATEs.
+constexpr Cause kSqlite[] = {
+    {"", 5, "", kUnreachable, kLocked},
+    {"", 6, "", kUnreachable, kLocked},
+    {"", 8, "", kUnreachable, "cannot be written: no permission; use the account of its owner"},
+    {"", 10, "", kFile, "cannot be read or written; check the disk"},
+    {"", 11, "", kOther, "is damaged; restore it from a backup"},
+    {"", 13, "", kFile, "is out of disk space; make room"},
+    {"", 14, "", kUnreachable, "cannot be opened; check that it is there, and that this user may enter its folder"},
+    {"", 26, "", kOther, "is no SQLite database; name another file"},
+    {"", 1, "no such table", kOther, "holds no policy database; make one with 'zrpolicy init'"},
+    {"", 1, "no such column", kOther, kAltered},
+    {"", 1, "has no column", kOther, kAltered},
+    {"", 1, "", kFile, kBadStatement},
 };
 
-constexpr Cause kConnectCauses[] = {
-    {"[State:IM002]", ErrorKind::kUnreachable,
-     "is unknown to the driver manager, or its driver is; check odbc.ini and odbcinst.ini"},
-    {"[State:IM003]", ErrorKind::kUnreachable, "needs an ODBC driver that cannot be loaded; install it"},
-    {"[State:01000]", ErrorKind::kUnreachable, "needs an ODBC driver that cannot be loaded; install it"},
-    {"password", ErrorKind::kUnreachable, "refused the user: wrong user or password; check both"},
-    {"[State:28", ErrorKind::kUnreachable, "refused the user: wrong user or password; check both"},
-    {"Is the server running", ErrorKind::kUnreachable,
-     "does not answer: the server is down or elsewhere; check that it runs and where"},
-    {"ould not connect", ErrorKind::kUnreachable,
-     "does not answer: the server is down or elsewhere; check that it runs and where"},
-    {"onnection refused", ErrorKind::kUnreachable,
-     "does not answer: the server is down or elsewhere; check that it runs and where"},
-    {"connection to server", ErrorKind::kUnreachable, "refused the connection; check the data source"},
+constexpr Cause kServer[] = {
+    {kNoSuchTable, kAny, "", kOther, "holds no policy database; make one with 'zrpolicy init'"},
+    {"42703", kAny, "", kOther, kAltered},
+    {"22P02", kAny, "", kOther, kAltered},
+    {"42804", kAny, "", kOther, kAltered},
+    {"42883", kAny, "", kOther, kAltered},
+    {"42", kAny, "", kFile, kBadStatement},
+    {"55P03", kAny, "", kUnreachable, kLocked},
+    {"57014", kAny, "", kUnreachable, "gave the statement up; try again, or raise its statement_timeout"},
+    {"40", kAny, "", kUnreachable, "had to put another transaction first; try again"},
+    {"25006", kAny, "", kUnreachable, "is read-only; use the primary server"},
+    {"53100", kAny, "", kFile, "is out of disk space; make room"},
+    {"53", kAny, "", kUnreachable, "is out of memory or of connections; try again"},
+    {"57P", kAny, "", kUnreachable, kLost},
+    {"08", kAny, "", kUnreachable, kLost},
+    {"HY000", kAny, "Connection is readonly", kUnreachable,
+     "is set to ReadOnly in odbc.ini; name a data source that may write"},
 };
 
-constexpr Cause kOtherStatement = {"", ErrorKind::kUnreachable, "failed; try again when the database is well"};
-constexpr Cause kOtherConnect = {"", ErrorKind::kUnreachable, "refused the connection; check the data source"};
+// A driver of PostgreSQL says 08001 and 101 whatever the server's reason was, and the text that the server sent. What
+// stands before "FATAL: " is the driver's.
+constexpr Cause kConnect[] = {
+    {"IM002", kAny, "", kUnreachable, "names a driver that is unknown; install it, or check odbc.ini and odbcinst.ini"},
+    {"IM003", kAny, "", kUnreachable, "needs an ODBC driver that cannot be loaded; install it"},
+    {"01000", kAny, "open lib", kUnreachable, "needs an ODBC driver that cannot be loaded; install it"},
+    {"08001", 202, "", kUnreachable, "has options that the driver refuses; correct pqopt in odbc.ini"},
+    {"", kAny, "could not translate host name", kUnreachable,
+     "names a host that is unknown; correct Servername in odbc.ini, or check the name service"},
+    {"", kAny, "timeout expired", kUnreachable,
+     "does not answer: what listens there says nothing; check the server, or give it more time (--connect-timeout)"},
+    {"", kAny, "no password supplied", kUnreachable,
+     "asks for a password and none was given; give one with --password-file or in ZRPOLICY_PASSWORD"},
+    {"", kAny, "FATAL: database \"\" does not exist", kUnreachable,
+     "has no such database on its server; correct Database in odbc.ini"},
+    {"", kAny, "FATAL: permission denied for database", kUnreachable,
+     "does not let this user in; have the right to CONNECT to the database granted"},
+    {"", kAny, "FATAL: role \"\" does not exist", kUnreachable, "does not know this user; correct --db-user"},
+    {"", kAny, "FATAL: too many connections", kUnreachable,
+     "has no connection left; try again, or ask for fewer (--pool-size)"},
+    {"", kAny, "too many clients already", kUnreachable,
+     "has no connection left; try again, or ask for fewer (--pool-size)"},
+    {"", kAny, "remaining connection slots", kUnreachable,
+     "has no connection left; try again, or ask for fewer (--pool-size)"},
+    {"", kAny, "pg_hba.conf", kUnreachable,
+     "does not let this user in from here; have the server's administrator add a line to pg_hba.conf"},
+    {"", kAny, "authentication failed", kUnreachable, "refused the user: wrong user or password; check both"},
+    {"28", kAny, "", kUnreachable, "refused the user: wrong user or password; check both"},
+    {"", kAny, "FATAL: the database system is", kUnreachable, "is starting up or shutting down; try again"},
+    {"57P03", kAny, "", kUnreachable, "is starting up or shutting down; try again"},
+    {"", kAny, "SSL", kUnreachable, "and this side cannot agree on encryption; correct SSLmode in odbc.ini"},
+    {"", kAny, "certificate", kUnreachable, "has a certificate that is not trusted; correct the certificates"},
+    {"", kAny, "Is the server running", kUnreachable,
+     "does not answer: the server is down or elsewhere; check that it runs and where"},
+    {"", kAny, "o route to host", kUnreachable,
+     "does not answer: the server is down or elsewhere; check that it runs and where"},
+    {"", kAny, "etwork is unreachable", kUnreachable,
+     "does not answer: the server is down or elsewhere; check that it runs and where"},
+    {"", kAny, "closed the connection", kUnreachable, kLost},
+};
 
-template <std::size_t N>
-const Cause& causeIn(const Cause (&causes)[N], const std::string& diagnostics, const Cause& otherwise) {
-  for (const Cause& cause : causes) {
-    if (diagnostics.find(cause.mark) != std::string::npos) return cause;
+constexpr Cause kOtherStatement = {"", kAny, "", kUnreachable, "failed; try again when the database is well"};
+constexpr Cause kOtherConnect = {"", kAny, "", kUnreachable, "refused the connection; check the data source"};
+
+// The text with nothing between double quotes: what a database, a user or a host is called is no cause.
+std::string withoutNames(const std::string& text) {
+  std::string rest;
+  bool quoted = false;
+  for (const char c : text) {
+    if (c == '"') quoted = !quoted;
+    if (!quoted || c == '"') rest += c;
   }
-  return otherwise;
+  return rest;
 }
 
-std::string withoutPassword(std::string text, const std::string& password) {
-  constexpr std::size_t shortest = 4;  // what is shorter is part of too many words to tell anything
-  for (std::size_t at = 0; password.size() >= shortest && (at = text.find(password, at)) != std::string::npos; at += 3)
-    text.replace(at, password.size(), "***");
+const Cause& causeIn(std::span<const Cause> causes, const Diagnostic& diagnostic, const Cause& otherwise) {
+  const std::string words = withoutNames(diagnostic.text);
+  const auto found = std::ranges::find_if(causes, [&](const Cause& cause) {
+    return diagnostic.state.starts_with(cause.state) && (cause.native == kAny || cause.native == diagnostic.native) &&
+           words.find(cause.words) != std::string::npos;
+  });
+  return found == causes.end() ? otherwise : *found;
+}
+
+// What follows "password=" in a driver's text, as libpq's options and connection strings have it. The password itself
+// is not looked for: what is masked elsewhere would tell what it is.
+std::string withoutPassword(std::string text) {
+  for (const std::string_view mark : {"password=", "pwd="}) {
+    const auto found = std::ranges::search(text, mark, [](unsigned char a, char b) { return std::tolower(a) == b; });
+    text.erase(found.end(), found.empty() ? found.end() : text.end());
+  }
   return text;
 }
 
-std::string trimmed(const std::string& text) {
-  const std::size_t from = text.find_first_not_of("- ");
-  return from == std::string::npos ? std::string() : text.substr(from, text.find_last_not_of(' ') - from + 1);
+std::string details(const Diagnostic& diagnostic, const char* thrown) {
+  const std::string logged = takeLibraryErrors();  // forgotten in any case: it may hold the whole statement
+  if (diagnostic.text.empty()) return thrown;
+  const bool tells = !diagnostic.state.empty() && diagnostic.state != "HY000";
+  return withoutPassword(diagnostic.text) + (tells ? ", SQLSTATE " + diagnostic.state : "");
 }
 
-HostError failure(const DatabaseOptions& options, const Cause& cause, const std::string& doing,
-                  const std::string& details) {
-  const std::string text = doing + placeOf(options) + " " + cause.meaning + " (" + details + ")";
-  return {cause.kind, withoutPassword(oneLine(text), options.password)};
+// What stands behind one of the words in a text like "permission denied for table policy".
+std::string behind(const std::string& text, const char* words) {
+  const std::size_t at = text.find(words);
+  return at == std::string::npos ? std::string() : text.substr(at + std::char_traits<char>::length(words));
 }
 
-// An environment and a connection handle of the driver manager, freed on every way out.
-class Probe {
- public:
-  Probe() {
-    if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &m_env))) return;
-    SQLSetEnvAttr(m_env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
-    SQLAllocHandle(SQL_HANDLE_DBC, m_env, &m_dbc);
-  }
-  ~Probe() {
-    if (m_connected) SQLDisconnect(m_dbc);
-    if (m_dbc != nullptr) SQLFreeHandle(SQL_HANDLE_DBC, m_dbc);
-    if (m_env != nullptr) SQLFreeHandle(SQL_HANDLE_ENV, m_env);
-  }
-  Probe(const Probe&) = delete;
-  Probe& operator=(const Probe&) = delete;
-
-  // Answers the diagnostics of the attempt, or an empty text when it went well.
-  std::string connect(const DatabaseOptions& options, const std::string& dsn) {
-    if (m_dbc == nullptr) return "the driver manager gives no handle";
-    const auto seconds = static_cast<std::uintptr_t>(options.connectTimeout);
-    SQLSetConnectAttr(m_dbc, SQL_ATTR_LOGIN_TIMEOUT, reinterpret_cast<SQLPOINTER>(seconds), 0);
-    m_connected = SQL_SUCCEEDED(
-        SQLConnect(m_dbc, chars(dsn), SQL_NTS, chars(options.user), SQL_NTS, chars(options.password), SQL_NTS));
-    if (m_connected) return {};
-    std::array<char, 2048> buffer{};
-    ZrDbConnect().getError(SQL_HANDLE_DBC, m_dbc, buffer.data(), static_cast<int>(buffer.size()));
-    return trimmed(buffer.data());
-  }
-
- private:
-  static SQLCHAR* chars(const std::string& text) { return reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.c_str())); }
-
-  SQLHENV m_env = nullptr;
-  SQLHDBC m_dbc = nullptr;
-  bool m_connected = false;
-};
-
-[[noreturn]] void throwFile(ErrorKind kind, const std::string& path, const std::string& why) {
-  throw HostError(kind, oneLine("cannot open the database '" + path + "': " + why));
+// Which right is missing, by the object that the server names.
+std::string missingRight(const FailurePlace& place, const std::string& text) {
+  const std::string schema = behind(text, "for schema "), table = behind(text, "for table ");
+  const bool making = place.access == Access::kMake;
+  const std::string lacks = "does not let this user do that: no permission; ";
+  if (!schema.empty())
+    return lacks + "GRANT " + (making ? "CREATE" : "USAGE") + " ON SCHEMA " + schema + " to the user";
+  if (!table.empty() && !making) return lacks + "GRANT SELECT ON " + table + " to the user";
+  return lacks + (making ? "use the user that owns the tables" : "grant the right to the user");
 }
 
 }  // namespace
 
-void checkFile(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) {
-    const bool missing = errno == ENOENT || errno == ENOTDIR;
-    throwFile(ErrorKind::kUnreachable, path,
-              missing ? "there is no such file; make it with 'zrpolicy init' or name another" : std::strerror(errno));
-  }
-  if (S_ISDIR(status.st_mode)) throwFile(ErrorKind::kUnreachable, path, "it is a folder; name a file");
-  if (!S_ISREG(status.st_mode)) throwFile(ErrorKind::kUnreachable, path, "it is no regular file; name another");
-  if (access(path.c_str(), R_OK) != 0) {
-    throwFile(ErrorKind::kUnreachable, path, "no permission to read it; check the rights to it");
-  }
-  constexpr std::size_t longest = 510;  // SQLite's own limit, once links are resolved
-  std::error_code ignored;
-  if (const std::string full = std::filesystem::canonical(path, ignored).string(); full.size() > longest) {
-    throwFile(ErrorKind::kUnreachable, path,
-              "its full path has " + std::to_string(full.size()) + " bytes, SQLite takes " + std::to_string(longest) +
-                  "; move it up");
-  }
-  static constexpr char magic[16] = "SQLite format 3";
-  char start[sizeof magic] = {};
-  std::ifstream file(path, std::ios::binary);
-  file.read(start, sizeof start);
-  const bool empty = file.eof() && file.gcount() == 0;
-  if (!empty && std::memcmp(start, magic, sizeof magic) != 0) {
-    throwFile(ErrorKind::kNotPolicyDatabase, path, "it is no SQLite database (not a database); name another file");
-  }
+HostError failure(const FailurePlace& place, ErrorKind kind, const std::string& doing, const std::string& meaning,
+                  const Diagnostic& diagnostic, const char* thrown) {
+  return {kind, oneLine(doing + ": " + place.name + " " + meaning + " (" + details(diagnostic, thrown) + ")")};
 }
 
-HostError statementFailure(ZrDbConnect& connection, const DatabaseOptions& options, const std::string& doing,
-                           const char* thrown) {
-  std::array<char, 2048> buffer{};
-  if (connection.m_hstmt != nullptr) {
-    connection.getError(SQL_HANDLE_STMT, connection.m_hstmt, buffer.data(), static_cast<int>(buffer.size()));
+HostError statementFailure(const FailurePlace& place, const std::string& doing, const std::string& file,
+                           const Diagnostic& diagnostic, const char* thrown) {
+  if (!place.sqlite && diagnostic.state == "42501") {
+    return failure(place, kUnreachable, doing, missingRight(place, diagnostic.text), diagnostic, thrown);
   }
-  const std::string diagnostics = trimmed(buffer.data());
-  const std::string logged = takeLibraryErrors();
-  std::string details = logged.empty() ? thrown : logged;
-  if (details.find(diagnostics) == std::string::npos) details += ": " + diagnostics;
-  return failure(options, causeIn(kStatementCauses, diagnostics, kOtherStatement), doing + ": ", details);
+  const Cause& cause =
+      place.sqlite ? causeIn(kSqlite, diagnostic, kOtherStatement) : causeIn(kServer, diagnostic, kOtherStatement);
+  const std::string meaning = std::string_view(cause.meaning) == kBadStatement
+                                  ? cause.meaning + (" '" + file + "'; correct it")
+                                  : cause.meaning;
+  return failure(place, cause.kind, doing, meaning, diagnostic, thrown);
 }
 
-HostError connectFailure(const DatabaseOptions& options, const std::string& dsn, const char* thrown) {
-  const std::string logged = takeLibraryErrors();
-  const std::string diagnostics = Probe().connect(options, dsn);
-  std::string details = logged.empty() ? thrown : logged;
-  if (diagnostics.empty()) {
-    static constexpr Cause busy = {
-        "", ErrorKind::kUnreachable,
-        "answers, but not with as many connections as asked for; try again, or ask for fewer"};
-    return failure(options, busy, "cannot connect: ", details);
-  }
-  return failure(options, causeIn(kConnectCauses, diagnostics, kOtherConnect),
-                 "cannot connect: ", details + ": " + diagnostics);
+HostError connectFailure(const FailurePlace& place, const Diagnostic& diagnostic, const char* thrown) {
+  const Cause& general = causeIn(kConnect, diagnostic, kOtherConnect);
+  const Cause& cause = place.sqlite ? causeIn(kSqlite, diagnostic, general) : general;
+  return failure(place, cause.kind, "cannot connect", cause.meaning, diagnostic, thrown);
 }
 
 }  // namespace zrhost

@@ -2,21 +2,32 @@
 
 #include <string>
 
-#include "db/ZrDataAccess.h"
 #include "host/base/HostError.h"
-#include "host/database/PolicyDatabase.h"
+#include "host/database/data_source_internal.h"
+#include "host/database/odbc_diagnostic_internal.h"
 
 namespace zrhost {
 
-// Throws unless the file is there, is a file, can be read and begins as an SQLite database (or is empty).
-void checkFile(const std::string& path);
+// What a failure is told of.
+struct FailurePlace {
+  std::string name;  // of the database, as messages have it
+  bool sqlite;
+  Access access;
+};
 
-// The failure of a statement on `connection`, from what the library threw and logged and from the driver's diagnostics.
-HostError statementFailure(ZrDbConnect& connection, const DatabaseOptions& options, const std::string& doing,
-                           const char* thrown);
+// The failure of a statement that `doing` says the use of ("cannot read links") and `file` the origin, or that of an
+// attempt to connect: why, by the SQLSTATE and the driver's own number first and by words only where these say nothing,
+// and what to do. The server's text stands behind it once, the statement's not at all. `thrown` is what the library
+// threw, for failures that no driver has said anything about.
+HostError statementFailure(const FailurePlace& place, const std::string& doing, const std::string& file,
+                           const Diagnostic& diagnostic, const char* thrown);
+HostError connectFailure(const FailurePlace& place, const Diagnostic& diagnostic, const char* thrown);
 
-// Why `dsn` cannot be connected to: the driver manager is asked again on handles of its own, because the library keeps
-// no diagnostics of a failed attempt.
-HostError connectFailure(const DatabaseOptions& options, const std::string& dsn, const char* thrown);
+// A failure of the same form whose meaning is known otherwise.
+HostError failure(const FailurePlace& place, ErrorKind kind, const std::string& doing, const std::string& meaning,
+                  const Diagnostic& diagnostic, const char* thrown);
+
+// SQLSTATEs that are answered by more than a text.
+inline constexpr const char* kNoSuchTable = "42P01";
 
 }  // namespace zrhost

@@ -6,22 +6,37 @@
 #include <filesystem>
 #include <limits>
 #include <random>
+#include <thread>
 
 #include "host/base/strict_number.h"
 #include "host/base/terminal_text.h"
-#include "host/database/database_failure_internal.h"
+#include "host/database/odbc_diagnostic_internal.h"
 #include "host/database/sql_directory.h"
 #include "host/log/LibraryErrors.h"
+#include "support/PolicyLog.h"
 
 namespace zrhost {
 namespace {
 
-const DatabaseOptions& checked(const DatabaseOptions& options, const std::string& file) {
+constexpr const char* kFindTables = "find_tables.sql";
+
+const DatabaseOptions& checked(const DatabaseOptions& options) {
   requireOneDatabase(options);
-  if (options.poolSize < 1 || options.retries < 1) {
-    throw HostError(ErrorKind::kUsage, "the pool size and the number of attempts must be at least 1");
+  if (options.poolSize < 1 || options.retries < 1 || options.readTimeout < 1) {
+    throw HostError(ErrorKind::kUsage, "the pool size, the number of attempts and the time to read must be at least 1");
   }
-  if (options.dsn.empty()) checkFile(file);
+  return options;
+}
+
+std::string sqlDirectoryOf(const DatabaseOptions& options) {
+  std::string folder = options.sqlDirectory.empty() ? findSqlDirectory() : options.sqlDirectory;
+  checkSqlDirectory(folder);
+  return folder.back() == '/' ? folder : folder + '/';
+}
+
+// A file is no server: what it waits for ends by itself.
+DatabaseOptions watched(DatabaseOptions options, const DataSource& source) {
+  if (source.isSqlite()) options.onSilence = nullptr;
   return options;
 }
 
@@ -30,7 +45,7 @@ std::string lowerCase(std::string text) {
   return text;
 }
 
-std::string databaseKind(ZrDbConnect& connection) {
+std::string databaseKind(const ZrDbConnect& connection) {
   std::array<char, 256> name{};
   SQLSMALLINT length = 0;
   SQLGetInfo(connection.m_hdbc, SQL_DBMS_NAME, name.data(), static_cast<SQLSMALLINT>(name.size()), &length);
@@ -53,117 +68,240 @@ std::string databaseKind(ZrDbConnect& connection) {
              randomEpoch() + "', 0, " + std::to_string(version) + ")");
 }
 
+SQLRETURN executeDirect(ZrDbConnect& connection, const std::string& sql) {
+  auto* const text = reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.c_str()));
+  return SQLExecDirect(connection.getStmtHandle(), text, SQL_NTS);
+}
+
+long long millisecondsSince(std::chrono::steady_clock::time_point begun) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begun).count();
+}
+
+// The library would sleep after the last attempt as well, and make as many attempts for each connection of the pool.
+template <typename Attempt>
+auto withRetries(const DatabaseOptions& options, Attempt attempt) {
+  for (int number = 1;; ++number) {
+    try {
+      return attempt();
+    } catch (const HostError& error) {
+      if (number >= options.retries) throw;
+      PolicyLog::log(PolicyLog::LEVEL_WARNING, "attempt %d of %d: %s", number, options.retries, error.what());
+    }
+    std::this_thread::sleep_for(std::chrono::seconds(options.retryWait));
+  }
+}
+
 }  // namespace
 
-Source::Source(const DatabaseOptions& wanted, const std::string& file)
-    : options(checked(wanted, file.empty() ? wanted.file : file)),
-      m_sqlDirectory(options.sqlDirectory.empty() ? findSqlDirectory() : options.sqlDirectory),
-      m_entries(options.dsn.empty() ? OdbcEntries::forFile(file.empty() ? options.file : file)
-                                    : OdbcEntries::forDsn(options.dsn)),
-      m_alias(m_entries.dsn(), placeOf(options)) {
-  if (m_sqlDirectory.back() != '/') m_sqlDirectory += '/';
+Source::Source(const DatabaseOptions& wanted, const std::string& file, Access access)
+    : options(checked(wanted)),
+      m_access(access),
+      m_sqlDirectory(sqlDirectoryOf(options)),
+      m_dataSource(options, file, access),
+      m_alias(m_dataSource.name(), placeOf(options)),
+      m_watch(watched(options, m_dataSource)),
+      m_sqlite(m_dataSource.isSqlite()) {
+  const auto begun = std::chrono::steady_clock::now();
+  m_pool.setDbConnectTimeOut(options.connectTimeout);
+  m_pool.setDbRetrialTimeOut(0);
+  m_pool.setDbReconnectTrial(1);
   connect();
   findStatements();
+  PolicyLog::log(PolicyLog::LEVEL_INFO, "connected to %s (%d connections), statements in %s, %lld ms",
+                 placeOf(options).c_str(), options.poolSize, m_statements.c_str(), millisecondsSince(begun));
 }
 
 void Source::connect() {
-  m_pool.setDbConnectTimeOut(options.connectTimeout);
-  m_pool.setDbRetrialTimeOut(options.retryWait);
-  m_pool.setDbReconnectTrial(options.retries);
+  withRetries(options, [this] { openPool(); });
+  if (m_access == Access::kMake || !isRefusedToReader() || !m_dataSource.readUnlocked()) return;
+  PolicyLog::log(PolicyLog::LEVEL_INFO, "%s is read without locks, which this user may not set",
+                 placeOf(options).c_str());
+  openPool();
+}
+
+void Source::openPool() {
+  forgetConnectDiagnostic();
   takeLibraryErrors();
-  const std::string& dsn = m_entries.dsn();
+  SilenceWatch::Waiter waiter(m_watch);
+  const std::string& dsn = m_dataSource.name();
   try {
-    m_pool.init(dsn.c_str(), options.poolSize, dsn.c_str(), options.user.c_str(), options.password.c_str());
+    waiter.whileConnecting([&] {
+      m_pool.init(dsn.c_str(), options.poolSize, dsn.c_str(), options.user.c_str(), m_dataSource.password().c_str());
+    });
   } catch (const char* thrown) {
-    throw connectFailure(options, dsn, thrown);
+    throw connectFailure(place(), connectDiagnostic(), thrown);
   }
+}
+
+// Whether SQLite would write to the file, or beside it, before it can read it.
+bool Source::isRefusedToReader() {
+  if (m_dataSource.sqliteFile() == nullptr) return false;
+  constexpr SQLINTEGER kReadOnly = 8, kCannotOpen = 14;
+  ZrDbConnect& connection = *m_pool.m_vecConnect.front();
+  if (SQL_SUCCEEDED(executeDirect(connection, "SELECT 1 FROM sqlite_master"))) return false;
+  const SQLINTEGER number = diagnosticOf(SQL_HANDLE_STMT, connection.m_hstmt).native;
+  return number == kReadOnly || number == kCannotOpen;
 }
 
 void Source::findStatements() {
   const std::string kind = databaseKind(*m_pool.m_vecConnect.front());
   m_sqlite = kind == "sqlite";
   m_statements = m_sqlDirectory + kind + "/";
-  if (std::filesystem::is_directory(m_statements)) return;
-  throw HostError(ErrorKind::kInputOutput,
-                  oneLine("there are no SQL statement files for the database in '" + m_statements +
-                          "'; name the folder that holds a folder '" + kind + "'"));
+  std::error_code why;
+  if (std::filesystem::is_directory(m_statements, why)) return;
+  throw HostError(ErrorKind::kInputOutput, oneLine("there are no SQL statement files for the database in '" +
+                                                   m_statements + "'" + (why ? " (" + why.message() + ")" : "") +
+                                                   "; name the folder that holds a folder '" + kind + "'"));
 }
 
-Session::Session(Source& source) : m_source(source) {
-  takeLibraryErrors();
-  try {
-    m_connection = source.pool().getConnect();
-  } catch (const char* thrown) {
-    const std::string logged = takeLibraryErrors();
-    throw HostError(ErrorKind::kUnreachable, oneLine("no connection to " + placeOf(source.options) + ": " +
-                                                     (logged.empty() ? thrown : logged) + "; try again"));
-  }
+void Source::throwIfChanged() const {
+  if (m_dataSource.sqliteFile() != nullptr) m_dataSource.sqliteFile()->throwIfChanged();
 }
+
+ZrDbConnect* Source::lend() {
+  SilenceWatch::Waiter waiter(m_watch);
+  return withRetries(options, [&] {
+    forgetConnectDiagnostic();
+    takeLibraryErrors();
+    try {
+      return waiter.whileConnecting([this] { return m_pool.getConnect(); });
+    } catch (const char* thrown) {
+      if (!connectDiagnostic().text.empty()) throw connectFailure(place(), connectDiagnostic(), thrown);
+      throw HostError(ErrorKind::kUnreachable,
+                      oneLine("no connection to " + placeOf(options) + ": " + thrown + "; try again"));
+    }
+  });
+}
+
+Session::Session(Source& source)
+    : m_source(source), m_waiter(source.watch()), m_connection(source.lend()), m_lockWait(source.lockWait()) {}
 
 Session::~Session() {
   try {
+    endStatement();
     m_source.pool().returnConnect(m_connection);
   } catch (...) {  // no memory for the queue: the pool still owns the connection, and does not lend it again
   }
 }
 
-std::string Session::readTemplate(const std::string& path) const {
-  try {
-    return ZrSqlLoader().getSQL(path.c_str());
-  } catch (const char* thrown) {
-    throw HostError(ErrorKind::kInputOutput, oneLine(std::string("cannot read an SQL statement file: ") + thrown));
-  }
+void Session::beginStatement(const std::string& name) {
+  endStatement();
+  const bool isPath = name.find('/') != std::string::npos;
+  m_file = isPath ? name : m_source.statements() + name;
+  m_doing = isPath ? "run '" + name + "'" : std::filesystem::path(name).stem().string();
+  if (!isPath) std::replace(m_doing.begin(), m_doing.end(), '_', ' ');
+  if (!m_task.empty()) m_doing = m_task;
 }
 
-std::string Session::checkedStatement(std::string sql, int size, const std::string& path) {
-  if (static_cast<std::size_t>(size) >= sql.size()) {
-    throw HostError(ErrorKind::kInputOutput,
-                    oneLine("the SQL statement file '" + path + "' grows too long with its values"));
-  }
-  sql.resize(static_cast<std::size_t>(size));
-  return sql;
+void Session::endStatement() {
+  if (!m_running) return;
+  m_running = false;
+  const std::string rows = m_connection->m_columnCount > 0 ? std::to_string(m_rows) + " rows, " : "";
+  PolicyLog::log(PolicyLog::LEVEL_TRACE, "%s: %s%lld ms", m_file.c_str(), rows.c_str(), millisecondsSince(m_begun));
 }
 
-void Session::execute(const std::string& name, const std::string& sql) {
-  m_doing = m_task.empty() ? std::filesystem::path(name).stem().string() : m_task;
-  std::replace(m_doing.begin(), m_doing.end(), '_', ' ');
+void Session::execute(const std::string& sql) {
+  m_running = true;
+  m_rows = 0;
+  m_begun = Clock::now();
   try {
-    m_connection->executeSQL(sql.c_str(), ZrDbConnect::SQLTYPE_ANSI);
+    if (m_source.isSqlite()) waitForLocks();
+    m_waiter.during([&] { m_connection->executeSQL(sql.c_str(), ZrDbConnect::SQLTYPE_ANSI); });
   } catch (const char* thrown) {
-    throw statementFailure(*m_connection, options(), "cannot " + m_doing, thrown);
+    fail(thrown);
   }
+  m_lockWait -= static_cast<int>(millisecondsSince(m_begun));
+}
+
+// SQLite counts its wait for each statement anew, so it is told what is left.
+void Session::waitForLocks() {
+  constexpr int least = 100;
+  const int left = std::max(m_lockWait, least);
+  if (m_lockSet >= 0 && m_lockSet - left < least) return;
+  executeDirect(*m_connection, "PRAGMA busy_timeout = " + std::to_string(left));
+  m_lockSet = left;
 }
 
 bool Session::next() {
-  try {
-    return m_connection->fetchNextRow() == 0;
-  } catch (const char* thrown) {
-    throw statementFailure(*m_connection, options(), "cannot " + m_doing, thrown);
+  if (m_connection->m_columnCount == 0) {
+    throw HostError(ErrorKind::kInputOutput,
+                    oneLine("the SQL statement file '" + m_file + "' answers no rows; correct it"));
   }
-}
-
-std::string Session::text(const char* column) {
   try {
-    return m_connection->getColVal(column);
+    if (m_waiter.during([this] { return m_connection->fetchNextRow(); }) == 0) return ++m_rows != 0;
   } catch (const char* thrown) {
-    throw statementFailure(*m_connection, options(), "cannot " + m_doing, thrown);
+    fail(thrown);
   }
+  m_source.throwIfChanged();
+  endStatement();
+  return false;
 }
 
 void Session::take(const char* column, Field& field) {
+  const char* text = value(column);
+  if (*text == '\0') return field.reset();
+  field ? field->assign(text + 1) : field.emplace(text + 1);
+}
+
+const char* Session::value(const char* column) {
   try {
-    const char* value = m_connection->getColVal(column);
-    if (*value == '\0') return field.reset();
-    field ? field->assign(value + 1) : field.emplace(value + 1);
-  } catch (const char* thrown) {
-    throw statementFailure(*m_connection, options(), "cannot " + m_doing, thrown);
+    return m_connection->getColVal(column);
+  } catch (const char*) {
+    takeLibraryErrors();
+    throw HostError(ErrorKind::kInputOutput,
+                    oneLine("the SQL statement file '" + m_file + "' answers no column '" + column + "'; correct it"));
   }
 }
 
-std::string Session::sqlState() const {
-  std::array<SQLCHAR, 6> state{};
-  SQLGetDiagRec(SQL_HANDLE_STMT, m_connection->m_hstmt, 1, state.data(), nullptr, nullptr, 0, nullptr);
-  return reinterpret_cast<const char*>(state.data());
+void Session::fail(const char* thrown) {
+  const Diagnostic diagnostic = diagnosticOf(SQL_HANDLE_STMT, m_connection->m_hstmt);
+  const FailurePlace place = m_source.place();
+  const bool isExplained = m_file.ends_with(kFindTables) || place.sqlite || place.access == Access::kMake;
+  m_running = false;
+  const HostError error = diagnostic.state == kNoSuchTable && !isExplained
+                              ? missingTable(diagnostic, thrown)
+                              : statementFailure(place, "cannot " + m_doing, m_file, diagnostic, thrown);
+  m_sqlState = diagnostic.state;
+  throw error;
+}
+
+// A server does not tell a table that is not there from one in a schema that this user does not search or may not use.
+// Its catalogue does, once the transaction is over that it has broken off.
+HostError Session::missingTable(const Diagnostic& diagnostic, const char* thrown) {
+  const std::string doing = "cannot " + m_doing, file = m_file;
+  const auto told = [&](ErrorKind kind, const std::string& meaning) {
+    return failure(m_source.place(), kind, doing, meaning, diagnostic, thrown);
+  };
+  try {
+    run("end_read.sql");
+    run(kFindTables);
+    if (!next()) return statementFailure(m_source.place(), doing, file, diagnostic, thrown);
+    const std::string schema = text("schema_name");
+    if (text("is_searched") == "1") {
+      return told(ErrorKind::kNotPolicyDatabase,
+                  "holds no whole policy database: this table is missing; restore it from a backup");
+    }
+    if (text("may_use") == "1") {
+      return told(ErrorKind::kNotPolicyDatabase, "has its policy tables in the schema " + schema +
+                                                     ", which this user does not search; ALTER ROLE ... SET "
+                                                     "search_path = " +
+                                                     schema);
+    }
+    return told(ErrorKind::kUnreachable, "has its policy tables in the schema " + schema +
+                                             ", which this user may not use: no permission; GRANT USAGE ON SCHEMA " +
+                                             schema + " to the user");
+  } catch (const HostError&) {  // what is known without it has to do
+    return statementFailure(m_source.place(), doing, file, diagnostic, thrown);
+  }
+}
+
+Transaction::Transaction(Session& session, const char* begin, const char* undo) : m_session(session), m_undo(undo) {
+  try {
+    session.run(begin);
+  } catch (...) {
+    session.breakConnection();
+    throw;
+  }
 }
 
 Transaction::~Transaction() {

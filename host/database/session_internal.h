@@ -1,11 +1,15 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
 #include "db/ZrDataAccess.h"
-#include "host/database/OdbcEntries.h"
 #include "host/database/PolicyDatabase.h"
+#include "host/database/data_source_internal.h"
+#include "host/database/database_failure_internal.h"
+#include "host/database/silence_watch_internal.h"
+#include "host/database/statement_file_internal.h"
 #include "host/log/log_line.h"
 #include "host/rows/Rows.h"
 
@@ -17,7 +21,7 @@ inline constexpr int kSchemaVersion = 2;
 class Source {
  public:
   // `file`, when it is given, is opened in place of the file of the options, which messages go on naming.
-  explicit Source(const DatabaseOptions& options, const std::string& file = {});
+  explicit Source(const DatabaseOptions& options, const std::string& file = {}, Access access = Access::kRead);
 
   const DatabaseOptions options;
   ZrDataAccess& pool() { return m_pool; }
@@ -25,17 +29,28 @@ class Source {
   const std::string& statements() const { return m_statements; }
   const std::string& sqlDirectory() const { return m_sqlDirectory; }
   bool isSqlite() const { return m_sqlite; }
+  int lockWait() const { return m_dataSource.lockWait(); }
+  SilenceWatch& watch() { return m_watch; }
+  FailurePlace place() const { return {placeOf(options), m_sqlite, m_access}; }
+  // Throws HostError kUnreachable when what is read without locks has been written to.
+  void throwIfChanged() const;
+  // Lends a connection, with as many attempts to connect as the options allow where it has to be replaced.
+  ZrDbConnect* lend();
 
  private:
   void connect();
+  void openPool();
+  bool isRefusedToReader();
   void findStatements();
 
+  const Access m_access;
   std::string m_sqlDirectory;
-  OdbcEntries m_entries;
+  DataSource m_dataSource;
   LogAlias m_alias;
+  SilenceWatch m_watch;
   ZrDataAccess m_pool;
   std::string m_statements;
-  bool m_sqlite = false;
+  bool m_sqlite;
 };
 
 // One connection, lent for the life of the object, with the statements of its database. Failures arrive as HostError.
@@ -49,16 +64,17 @@ class Session {
   // Runs the statement of a file, by its name in the folder of the database's kind (or by a path), with its values.
   template <typename... Values>
   void run(const std::string& name, Values... values) {
-    execute(name, prepared(name, values...));
+    beginStatement(name);
+    execute(statementOf(m_file, values...));
   }
   // Fetches the next row of the result; false behind the last one.
   bool next();
   // The text of a column as it is.
-  std::string text(const char* column);
+  std::string text(const char* column) { return value(column); }
   // A column that a statement marks with '=' in front of what is there, so that NULL differs from an empty text.
   void take(const char* column, Field& field);
-  // The SQLSTATE of the last statement, when that failed.
-  std::string sqlState() const;
+  // The SQLSTATE of the last statement that failed.
+  const std::string& sqlState() const { return m_sqlState; }
   // What messages say that statements are for, from now on; without it they say the name of the statement's file.
   void setTask(const std::string& task) { m_task = task; }
   // Has the pool replace the connection when it is lent next.
@@ -68,31 +84,35 @@ class Session {
   const std::string& statements() const { return m_source.statements(); }
 
  private:
-  template <typename... Values>
-  std::string prepared(const std::string& name, Values... values) {
-    const std::string path = (name.find('/') == std::string::npos ? m_source.statements() : "") + name;
-    const std::string format = readTemplate(path);
-    std::string sql(format.size() + 1024, '\0');
-    const int size = ZrSqlLoader::setSqlParams(sql.data(), static_cast<int>(sql.size()), format.c_str(), values...);
-    return checkedStatement(std::move(sql), size, path);
-  }
-  std::string readTemplate(const std::string& path) const;
-  static std::string checkedStatement(std::string sql, int size, const std::string& path);
-  void execute(const std::string& name, const std::string& sql);
+  using Clock = std::chrono::steady_clock;
+
+  void beginStatement(const std::string& name);
+  void endStatement();
+  void execute(const std::string& sql);
+  void waitForLocks();
+  const char* value(const char* column);
+  [[noreturn]] void fail(const char* thrown);
+  HostError missingTable(const Diagnostic& diagnostic, const char* thrown);
 
   Source& m_source;
+  SilenceWatch::Waiter m_waiter;
   ZrDbConnect* m_connection;
   std::string m_task;
+  int m_lockWait;       // milliseconds that are left to wait for locks
+  int m_lockSet = -1;   // what the driver was told of it
+  std::string m_file;   // of the statement
   std::string m_doing;  // for messages
+  std::string m_sqlState;
+  bool m_running = false;  // and its rows so far, for the log
+  std::uint64_t m_rows = 0;
+  Clock::time_point m_begun;
 };
 
-// A transaction by the statements of that name; ended by the destructor unless end was called. When that fails, the
-// connection is left broken.
+// A transaction by the statements of that name; ended by the destructor unless end was called. When that fails, or it
+// is not known whether it has begun, the connection is left broken, and closing it ends the transaction.
 class Transaction {
  public:
-  Transaction(Session& session, const char* begin, const char* undo) : m_session(session), m_undo(undo) {
-    session.run(begin);
-  }
+  Transaction(Session& session, const char* begin, const char* undo);
   ~Transaction();
   Transaction(const Transaction&) = delete;
   Transaction& operator=(const Transaction&) = delete;

@@ -1,39 +1,44 @@
 #include "host/database/sql_directory.h"
 
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <vector>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "host/base/HostError.h"
+#include "host/base/terminal_text.h"
 
 namespace zrhost {
 namespace {
 
-namespace fs = std::filesystem;
-
-// A build tree names its source tree's statements in a file at its top, so that no such path is in a program.
-std::string ofBuildTree(fs::path folder) {
-  for (int up = 0; up < 4 && folder.has_relative_path(); ++up, folder = folder.parent_path()) {
-    std::ifstream marker(folder / "zrpolicy-sql-directory");
-    std::string path;
-    if (std::getline(marker, path)) return path;
-  }
-  return {};
+[[noreturn]] void refuse(const std::string& folder, const std::string& why) {
+  throw HostError(ErrorKind::kInputOutput, oneLine("cannot read the SQL statement files in '" + folder + "': " + why +
+                                                   "; name their folder with --sql-dir"));
 }
 
 }  // namespace
 
 std::string findSqlDirectory() {
   std::error_code ignored;
-  const fs::path programFolder = fs::read_symlink("/proc/self/exe", ignored).parent_path();
-  std::vector<std::string> places = {(programFolder / ZR_SQL_FROM_BIN).lexically_normal().string(), ZR_SQL_INSTALLED};
-  if (const std::string place = ofBuildTree(programFolder); !place.empty()) places.insert(places.begin(), place);
-  std::string tried;
-  for (const std::string& place : places) {
-    if (fs::is_directory(place, ignored)) return place;
-    tried += (tried.empty() ? "'" : ", '") + place + "'";
+  const auto program = std::filesystem::read_symlink("/proc/self/exe", ignored);
+  const std::string folder = (program.parent_path() / ZR_SQL_FROM_BIN).lexically_normal().string();
+  checkSqlDirectory(folder);
+  struct stat owned {
+  }, owner{};
+  if (stat(folder.c_str(), &owned) != 0 || stat("/proc/self/exe", &owner) != 0) refuse(folder, std::strerror(errno));
+  if (owned.st_uid != 0 && owned.st_uid != owner.st_uid && owned.st_uid != geteuid()) {
+    refuse(folder, "the folder belongs to somebody else");
   }
-  throw HostError(ErrorKind::kInputOutput, "cannot find the SQL statement files in " + tried + "; name their folder");
+  return folder;
+}
+
+void checkSqlDirectory(const std::string& folder) {
+  struct stat status {};
+  if (stat(folder.c_str(), &status) != 0) refuse(folder, std::strerror(errno));
+  if (!S_ISDIR(status.st_mode)) refuse(folder, "it is no folder");
+  if (faccessat(AT_FDCWD, folder.c_str(), R_OK | X_OK, AT_EACCESS) != 0) refuse(folder, std::strerror(errno));
 }
 
 }  // namespace zrhost

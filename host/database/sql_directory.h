@@ -4,10 +4,16 @@
 
 namespace zrhost {
 
-// The folder of the statement files, with one folder in it for each kind of database: for a program that runs from its
-// build tree the source tree's schema folder, else share/zrpolicy/sql beside the program's bin folder, else where the
-// programs were configured to be installed. The first one that is there; throws HostError kInputOutput, which names all
-// of them, when none is.
+// The folder of the statement files that came with the program, with one folder in it for each kind of database. There
+// is one place for it, which the program's own file tells, whatever link it was called by: share/zrpolicy/sql beside
+// the folder bin that it is in, or where these two were configured to be installed. A build tree is laid out likewise,
+// so that no program holds a path of the machine that built it.
+//
+// Throws HostError kInputOutput when it is not there, or belongs to somebody who could not have installed the program:
+// neither the administrator, nor the owner of the program's file, nor the user.
 std::string findSqlDirectory();
+
+// Throws HostError kInputOutput unless the folder is there and can be read.
+void checkSqlDirectory(const std::string& folder);
 
 }  // namespace zrhost

@@ -1,7 +1,10 @@
+#include <csignal>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "cli/command.h"
+#include "common/postgres_server.h"
 #include "common/temp_folder.h"
 
 namespace zrtest {
@@ -82,6 +85,34 @@ TEST_F(BadDatabase, StandardDescriptorsThatAreClosedAreNotTheDatabases) {
   EXPECT_EQ(runCommand({"init", "--sample", "--database", file}, setup).status, 74);
   EXPECT_EQ(runCommand({"lookup", "--default", "--database", file}, setup).status, 74);
   EXPECT_EQ(runCommand({"lookup", "--default", "--database", file}).status, 0) << "the file was written over";
+}
+
+TEST_F(BadDatabase, StatementsOfSomebodyElseAreNotTaken) {
+  namespace fs = std::filesystem;
+  const std::string file = m_folder.file("policy.db");
+  ASSERT_EQ(runCommand({"init", "--sample", "--database", file}).status, 0);
+  fs::create_directories(m_folder.file("a/b"));
+  fs::copy_file(ZR_COMMAND, m_folder.file("a/b/zrpolicy"));
+  m_folder.write("zrpolicy-sql-directory", ZR_SOURCE_FOLDER "/schema\n");
+  m_folder.write("a/zrpolicy-sql-directory", ZR_SOURCE_FOLDER "/schema\n");
+  EXPECT_THAT(outputOf("{ " + m_folder.file("a/b/zrpolicy") + " load --database " + file + " || true; }"),
+              HasSubstr("cannot read the SQL statement files in '" + m_folder.file("a/share/zrpolicy/sql") + "'"));
+}
+
+TEST_F(BadDatabase, KilledCommandLeavesNothingBehind) {
+  const std::string file = m_folder.file("policy.db");
+  ASSERT_EQ(runCommand({"init", "--sample", "--database", file}).status, 0);
+  const TempFolder temporary;
+  CommandSetup setup;
+  setup.environment["TMPDIR"] = temporary.path();
+  for (const int signal : {SIGKILL, SIGQUIT, SIGALRM, SIGTERM}) {
+    RunningCommand command({"lookup", "--database", file, "--stdin"}, setup);
+    command.send("all\n");
+    EXPECT_THAT(command.readLine(), HasSubstr("results"));
+    command.signal(signal);
+    EXPECT_EQ(command.wait(), -signal);
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));
 }
 
 }  // namespace

@@ -111,20 +111,6 @@ TEST_F(LookupTest, MissingStandardInputIsAnError) {
   EXPECT_EQ(lookup({"--all"}, {"", {0}, "", {}}).status, 0);
 }
 
-TEST_F(LookupTest, PrivateFolderIsGoneAfterEveryEnd) {
-  const TempFolder temporary;
-  CommandSetup setup;
-  setup.environment["TMPDIR"] = temporary.path();
-  EXPECT_EQ(lookup({"--all"}, setup).status, 0);
-  EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));
-  RunningCommand command({"lookup", "--database", m_file, "--stdin"}, setup);
-  command.send("all\n");
-  EXPECT_THAT(command.readLine(), HasSubstr("results"));
-  command.signal(SIGTERM);
-  EXPECT_EQ(command.wait(), -SIGTERM);
-  EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));
-}
-
 TEST_F(LookupTest, LogLevelShowsTheStepsAndNoPassword) {
   CommandSetup setup;
   setup.environment["ZRPOLICY_PASSWORD"] = "hush-hush";

@@ -92,7 +92,7 @@ TEST(Usage, CompletionOffersWhatTheCommandTakesAndNoMore) {
       {"load --log-level ''", "0|1|2|3|4|"},
       {"config s", "show|set|"},
       {"config show ''", "database|sql|log|"},
-      {"config get --config x.conf database re", "retry_wait|retries|"},
+      {"config get --config x.conf database re", "retry_wait|retries|read_timeout|"},
       {"config set database file m", "my file|"},
       {"config get log level ''", ""},
       {"help config un", "unset|"},

@@ -82,7 +82,8 @@ PostgresServer::PostgresServer() {
                                    log));
   if (status != 0) throw std::runtime_error("initdb failed: " + readFile(log));
   // The first line that fits decides: the administrator comes in as he is, everyone else is asked for a password.
-  m_folder.write("data/pg_hba.conf", "local all postgres trust\nlocal all all scram-sha-256\n");
+  m_folder.write("data/pg_hba.conf",
+                 "local all postgres trust\nlocal all barred reject\nlocal all all scram-sha-256\n");
   start();
 }
 

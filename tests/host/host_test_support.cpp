@@ -16,6 +16,7 @@ class SqlitePlace : public Place {
   zrhost::DatabaseOptions options() const override {
     zrhost::DatabaseOptions options;
     options.file = m_folder.file("policy.db");
+    options.sqlDirectory = ZR_TEST_SCHEMA;
     options.retryWait = 0;
     return options;
   }
@@ -36,6 +37,7 @@ class PostgresPlace : public Place {
   zrhost::DatabaseOptions options() const override {
     zrhost::DatabaseOptions options;
     options.dsn = m_database;
+    options.sqlDirectory = ZR_TEST_SCHEMA;
     options.user = PostgresServer::kUser;
     options.retryWait = 0;
     return options;

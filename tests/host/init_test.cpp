@@ -92,8 +92,8 @@ TEST_P(Init, SchemaThatThisProgramDoesNotKnowIsRefused) {
        "revision, schema_version) VALUES ('"},
       {"INSERT INTO policy_revision VALUES ('e', '1', NULL)", "the row of policy_revision is none"},
       {"UPDATE policy_revision SET schema_version = '3'", "its schema version 3 is newer than this program's 2"},
-      {"UPDATE policy_revision SET schema_version = '1'", "holds no policy database"},
-      {"CREATE TABLE policy (n INTEGER)", "holds no policy database"},
+      {"UPDATE policy_revision SET schema_version = '1'", "policy database"},
+      {"CREATE TABLE policy (n INTEGER)", "policy database"},
   };
   place->run("CREATE TABLE other (n INTEGER);");
   for (const auto& [change, text] : schemas) {
@@ -114,6 +114,7 @@ TEST(InitSqlite, FileIsMadeInWalModeAtAnyPath) {
     longPath += "/.";
   for (const std::string& path : {folder.file("a ;#]=[\"'%s\xff\n\\.db"), longPath + "/p.db"}) {
     zrhost::DatabaseOptions options;
+    options.sqlDirectory = ZR_TEST_SCHEMA;
     options.file = path;
     PolicyDatabase::init(options, {true, false});
     std::ifstream file(path, std::ios::binary);
