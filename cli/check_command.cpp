@@ -71,7 +71,7 @@ std::string footer() {
 }
 
 std::string refuseUnknownCode(const std::string& name) {
-  return zrhost::findFindingKind(name) != nullptr ? "" : "there is no code " + name + "; see zrpolicy check --help";
+  return zrhost::findFindingKind(name) != nullptr ? "" : "there is no code " + name;
 }
 
 // An option that takes one of a few words.

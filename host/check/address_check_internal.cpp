@@ -1,8 +1,8 @@
 #include "host/check/address_check_internal.h"
 
-#include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <cstring>
 #include <optional>
 #include <string_view>
 
@@ -72,21 +72,19 @@ void checkSingle(const std::string& text, const ZrEPLink& link, LinkJudge& judge
        "make it a range of entity_type 5, or remove the second address"});
 }
 
-// An address of a refused text that is one of IPv6.
-std::optional<in6_addr> findIpv6(const Sides& sides) {
+// The finding about a refused text that holds an IPv6 address; nothing when it holds none.
+std::optional<Fault> ofIpv6(const std::string& text, const Sides& sides) {
   for (const std::string_view side : {sides.first, sides.last}) {
     in6_addr address{};
     const std::string word(side.substr(0, side.find_first_of("/%")));
-    if (::inet_pton(AF_INET6, word.c_str(), &address) == 1) return address;
+    if (::inet_pton(AF_INET6, word.c_str(), &address) != 1) continue;
+    std::uint32_t mapped = 0;
+    std::memcpy(&mapped, address.s6_addr + 12, sizeof mapped);
+    return Fault{
+        FindingCode::kBadAddress, quoted(text) + " holds an IPv6 address, and links name IPv4 addresses only",
+        IN6_IS_ADDR_V4MAPPED(&address) ? "write '" + dotted(mapped) + "' for " + quoted(word) : "remove the link"};
   }
   return std::nullopt;
-}
-
-Fault ofIpv6(const std::string& text, const in6_addr& address) {
-  std::uint32_t mapped = 0;
-  std::copy_n(address.s6_addr + 12, sizeof mapped, reinterpret_cast<unsigned char*>(&mapped));
-  return {FindingCode::kBadAddress, quoted(text) + " is an IPv6 address, and links can name IPv4 addresses only",
-          IN6_IS_ADDR_V4MAPPED(&address) ? "write it as '" + dotted(mapped) + "'" : "remove the link"};
 }
 
 // A range of which only one side is there, and nothing else.
@@ -135,10 +133,9 @@ void explainRefusedAddress(ZrPolicyCache::EntityType type, const std::string& te
                            std::vector<Fault>& faults) {
   if (judge.takes(type, text)) return;
   const Sides sides(text);
-  const auto ipv6 = findIpv6(sides);
   const std::string_view rest = sides.first.empty() ? sides.last : sides.last.empty() ? sides.first : trimmed(text);
-  if (ipv6) {
-    faults.push_back(ofIpv6(text, *ipv6));
+  if (const auto ipv6 = ofIpv6(text, sides)) {
+    faults.push_back(*ipv6);
   } else if (type == ZrPolicyCache::IP_RANGE && judge.takes(ZrPolicyCache::IP, rest)) {
     faults.push_back(half(text, rest, dotted(judge.filed().link->m_ipFrom)));
   } else if (!sides.first.empty() &&

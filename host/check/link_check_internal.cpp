@@ -81,12 +81,13 @@ void LinkCheck::checkText(EntityType type, const std::string& text, const FiledL
   if (type == ZrPolicyCache::USER || type == ZrPolicyCache::GROUP) checkEntities(m_cache, name, m_faults);
 }
 
+bool LinkCheck::counts(std::int32_t policyId) const {
+  return m_cache.m_mapPolicy.at(policyId)->getRuleByDateTime() != nullptr;
+}
+
 void LinkCheck::finish() {
   if (m_sweep) return;
-  const auto counts = [this](std::int32_t policyId) {
-    return m_cache.m_mapPolicy.at(policyId)->getRuleByDateTime() != nullptr;
-  };
-  m_sweep.emplace(m_links, m_judge, counts);
+  m_sweep.emplace(m_links, m_judge, [this](std::int32_t policyId) { return counts(policyId); });
   const bool notes = m_log.wants(FindingCode::kEqualPriority) || m_log.wants(FindingCode::kCoveredRange);
   for (const LinkRelation& relation : m_sweep->run(notes)) {
     if (!m_log.wants(relation.code)) continue;
@@ -112,8 +113,8 @@ Fault LinkCheck::faultOf(const LinkRelation& relation) const {
   switch (relation.code) {
     case FindingCode::kDuplicateLink:
       return {relation.code,
-              entity + " has " + other + " to policy " + std::to_string(link.policyId) +
-                  " already, which comes first and alone counts",
+              entity + " has " + other + " to policy " + std::to_string(link.policyId) + " already, which comes first" +
+                  (counts(link.policyId) ? " and alone counts" : "; neither counts, for want of a rule of kind 247"),
               "remove one of the two"};
     case FindingCode::kCoveredRange:
       return {relation.code,

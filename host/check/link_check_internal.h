@@ -30,6 +30,8 @@ class LinkCheck {
 
  private:
   void checkText(ZrPolicyCache::EntityType type, const std::string& text, const FiledLink& filed);
+  // Whether a policy has a selected rule.
+  bool counts(std::int32_t policyId) const;
   Fault faultOf(const LinkRelation& relation) const;
   std::string shownEntity(LinkIndex index) const;
 

@@ -18,16 +18,11 @@ std::string subject(const ZrPolicy& policy) {
   return "the policy " + quoted(policy.m_policyName);
 }
 
-std::string counted(std::uint64_t links) {
-  if (links == 0) return "no link";
-  return links == 1 ? "its link does not count" : "none of its " + std::to_string(links) + " links counts";
-}
-
 Fault noSelectedRule(const ZrPolicy& policy, std::uint64_t links) {
-  std::string message = subject(policy) + " has no rule of kind 247 and so never applies";
-  if (links > 0) message += ": " + counted(links);
-  if (links == 0) message += ": it has no links either";
-  return {FindingCode::kNoSelectedRule, message, "give it a rule with rule_type 247, or remove the policy"};
+  return {FindingCode::kNoSelectedRule,
+          subject(policy) + " has no rule of kind 247, so that it never applies and none of its " +
+              std::to_string(links) + " links counts",
+          "give it a rule with rule_type 247, or remove the policy"};
 }
 
 }  // namespace
