@@ -69,8 +69,11 @@ void LinkCheck::refused(const LinkRow& row, const std::string& reason, const Row
   if (m_faults.empty()) {
     m_faults.push_back({FindingCode::kBadRow, "the row is not loaded: " + reason, "correct or remove the row"});
   }
-  const bool canBeFiled = type && row.entityName && m_judge.takes(*type, *row.entityName);
-  if (canBeFiled) checkText(*type, *row.entityName, m_judge.filed());
+  if (type && row.entityName && m_judge.takes(*type, *row.entityName)) {
+    const ZrEPLink link = *m_judge.filed().link;  // a copy: the judge may be asked again on the way
+    const std::string key(m_judge.filed().key);
+    checkText(*type, *row.entityName, {&link, key});
+  }
   m_log.report(rowName(row.linkId, place == nullptr ? RowPlace{} : *place), m_faults);
 }
 

@@ -109,9 +109,11 @@ TEST(CheckRows, ReasonOfARefusedAddressNamesItsKind) {
 
 TEST(CheckRows, EverythingWrongWithARefusedLinkIsTold) {
   EXPECT_THAT(
-      findingsOf(goodPolicy(1, true) + "link|1|1|John|9|10\nlink|2|4|x|9|10\nlink|x|6|a |1|1\nlink|4|1|John|1|y"),
+      findingsOf(goodPolicy(1, true) +
+                 "link|1|1|John|9|10\nlink|2|4|x|9|10\nlink|x|6|a |1|1\nlink|4|1|John|1|y\nlink|5|4|10.1 10.2|9|1"),
       ElementsAre("unknown-policy 1", "capital-name 1 -> john", "unknown-policy 2", "bad-address 2", "bad-row x",
-                  "blank-name x -> a", "bad-row 4", "capital-name 4 -> john"));
+                  "blank-name x -> a", "bad-row 4", "capital-name 4 -> john", "unknown-policy 5", "odd-address 5",
+                  "second-address 5"));
 }
 
 struct RowsCase {
