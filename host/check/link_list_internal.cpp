@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <tuple>
 
 #include "host/base/strict_number.h"
 #include "host/check/address_check_internal.h"
@@ -70,7 +71,9 @@ std::vector<LinkIndex> LinkList::byEntity() const {
     std::uint64_t entity;
     ZrPolicyCache::EntityType type;
     LinkIndex index;
-    auto operator<=>(const Sorted& other) const = default;
+    bool operator<(const Sorted& other) const {
+      return std::tie(entity, type, index) < std::tie(other.entity, other.type, other.index);
+    }
   };
   std::vector<Sorted> sorted;
   sorted.reserve(size());
