@@ -52,9 +52,29 @@ struct CheckSink::Parts {
     return refusal;
   }
 
-  void checkMemberName(const RowName& member, const NameColumn& name) {
-    checkName(name, name.text, true, faults);
-    log.report(member, faults);
+  // Why a member is a bad row: the loader's reason, or the tables'. That a name is empty is told by its own code.
+  std::optional<std::string> memberFault(const MemberRow& member, const std::optional<std::string>& loading) const {
+    if (!member.groupName || !member.userName) return std::string(member.groupName ? kUser : kGroup) + " is NULL";
+    if (member.groupName->empty() || member.userName->empty()) return std::nullopt;
+    const bool isThere =
+        lastMember && lastMember->groupName == member.groupName && lastMember->userName == member.userName;
+    return isThere ? std::optional<std::string>("the group has this member already") : loading;
+  }
+
+  void checkMember(const RowName& name, const MemberRow& member, const std::optional<std::string>& loading) {
+    if (const auto fault = memberFault(member, loading)) {
+      faults.push_back({FindingCode::kBadRow, "the row cannot be used: " + *fault, "correct or remove the row"});
+    }
+    const Field& group = member.groupName;
+    const bool isNewGroup = group && member.userName && !group->empty() && lastGroup != group;
+    if (group) checkName({"member's group", kGroup, *group}, *group, true, faults);
+    if (member.userName) checkName({"member", kUser, *member.userName}, *member.userName, true, faults);
+    if (isNewGroup && log.wants(FindingCode::kUnusedGroup) && !links.hasGroup(*group)) {
+      faults.push_back({FindingCode::kUnusedGroup, "no link names the group " + quoted(*group),
+                        "link it to a policy, or remove its members"});
+    }
+    if (isNewGroup) lastGroup = group;
+    log.report(name, faults);
   }
 
   const CheckOptions& options;
@@ -70,6 +90,7 @@ struct CheckSink::Parts {
   std::vector<Fault> faults;
   LinkRow linkRow;
   std::optional<MemberRow> lastMember;
+  Field lastGroup;  // that has a member
 };
 
 CheckSink::CheckSink(const CheckOptions& options) : m_parts(std::make_unique<Parts>(options)) {}
@@ -114,28 +135,12 @@ void CheckSink::onLink(LinkRow& row) {
 }
 
 void CheckSink::onMember(MemberRow& row) {
-  Parts& parts = *m_parts;
-  parts.links.finish();
-  const RowName name = parts.row("group_member", {{kGroup, row.groupName}, {kUser, row.userName}});
+  m_parts->links.finish();
+  const RowName name = m_parts->row("group_member", {{kGroup, row.groupName}, {kUser, row.userName}});
   MemberRow member = row;
-  auto refusal = parts.load(&CacheSink::onMember, row);
-  if (!refusal && (!member.groupName || !member.userName)) {
-    refusal = std::string(member.groupName ? kUser : kGroup) + " is NULL";
-  }
-  const bool isNewGroup = !parts.lastMember || parts.lastMember->groupName != member.groupName;
-  if (!refusal && !isNewGroup && parts.lastMember->userName == member.userName)
-    refusal = "the group has this member already";
-  if (refusal) {
-    parts.log.report(name, {FindingCode::kBadRow, "the row cannot be used: " + *refusal, "correct or remove the row"});
-  }
-  if (!member.groupName || !member.userName) return;
-  parts.checkMemberName(name, {"member's group", kGroup, *member.groupName});
-  parts.checkMemberName(name, {"member", kUser, *member.userName});
-  if (isNewGroup && parts.log.wants(FindingCode::kUnusedGroup) && !parts.links.hasGroup(*member.groupName)) {
-    parts.log.report(name, {FindingCode::kUnusedGroup, "no link names the group " + quoted(*member.groupName),
-                            "link it to a policy, or remove its members"});
-  }
-  parts.lastMember = std::move(member);
+  const auto refusal = m_parts->load(&CacheSink::onMember, row);
+  m_parts->checkMember(name, member, refusal);
+  m_parts->lastMember = std::move(member);
 }
 
 CheckSummary CheckSink::finish() {

@@ -20,7 +20,7 @@ std::vector<Field> fieldsOf(const std::string& line) {
 std::string joined(const std::vector<zrhost::ColumnValue>& values) {
   std::string text;
   for (const zrhost::ColumnValue& each : values)
-    text += (text.empty() ? "" : ",") + each.value.value_or("NULL");
+    text += (&each == &values.front() ? "" : ",") + each.value.value_or("NULL");
   return text;
 }
 

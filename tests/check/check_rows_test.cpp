@@ -166,6 +166,8 @@ TEST(CheckRows, RowsAreFoundWhereTheirRelationToOthersIsWrong) {
        {"capital-name Sales,John  -> sales", "capital-name Sales,John  -> john", "blank-name Sales,John  -> john"}},
       {two + "link|5|2|sales|2|1\nmember|sales|ann\nmember|sales|ann\nmember|sales|NULL",
        {"bad-row sales,ann", "bad-row sales,NULL"}},
+      {two + "link|5|2|sales|2|1\nmember||ann\nmember|sales|\nmember|sales|NULL\nmember|sales|NULL",
+       {"blank-name ,ann", "blank-name sales,", "bad-row sales,NULL", "bad-row sales,NULL"}},
   };
   for (const auto& [rows, found] : cases) {
     EXPECT_THAT(findingsOf(rows), ElementsAreArray(found)) << rows;
