@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/check_command.h"
 #include "cli/command_context.h"
 #include "cli/config_command.h"
 #include "cli/exit_status.h"
@@ -53,6 +54,7 @@ void addCommands(CLI::App& program, CommandContext& context) {
   addInitCommand(program, context);
   addLookupCommand(program, context);
   addLoadCommand(program, context);
+  addCheckCommand(program, context);
   addConfigCommand(program, context);
   addHelpCommand(program, context);
   program.set_version_flag("--version", "zrpolicy " ZR_VERSION, "Print the version and leave.");

@@ -33,7 +33,7 @@ struct ExitStatusMeaning {
 };
 constexpr ExitStatusMeaning kExitStatusMeanings[] = {
     {0, "something applies; the command did its work; every line of a batch was a question"},
-    {1, "nothing applies; config get: not set; config check: there are findings"},
+    {1, "nothing applies; config get: not set; check, config check: there are findings"},
     {exitStatus(zrhost::ErrorKind::kUsage), "usage: an option, a command, or a question that is none"},
     {exitStatus(zrhost::ErrorKind::kBadRow), "a bad row under --strict; a batch with bad lines"},
     {exitStatus(zrhost::ErrorKind::kUnreachable), "the database cannot be reached or opened"},

@@ -17,6 +17,10 @@ _zrpolicy_values() {
   case $1 in
     --dsn\ * | dsn) odbcinst -q -s 2>/dev/null | sed -nE 's/^\[(.*)\]$/\1/p' ;;
     --log-level\ * | level) printf '%s\n' 0 1 2 3 4 ;;
+    --severity\ *) printf '%s\n' error warning note ;;
+    --actions\ *) printf '%s\n' postfix none ;;
+    --format\ *) printf '%s\n' text json sarif ;;
+    --ignore\ *) "${COMP_WORDS[0]/#\~/$HOME}" check --help 2>/dev/null | sed -nE 's/^ {4}([a-z-]+), (error|warning|note)$/\1/p' ;;
     *\ FILE | file | password_file) compgen -f -- "$2" ;;
     *\ FOLDER | directory) compgen -d -- "$2" ;;
   esac

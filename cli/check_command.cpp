@@ -1,0 +1,112 @@
+#include "cli/check_command.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/common_options.h"
+#include "cli/database_access.h"
+#include "cli/progress_bar.h"
+#include "cli/standard_streams.h"
+#include "host/check/FindingReport.h"
+
+namespace zrcli {
+
+namespace {
+
+constexpr char kDescription[] =
+    "Find what is wrong with the policies.\n"
+    "Examines every row of the policy database: what loading refuses, and what loads and yet cannot be meant, as a "
+    "name "
+    "that no question finds. Each finding has a code, a severity, its table and key, the reason and a remedy. Status 0 "
+    "without findings, 1 with some.\n";
+
+constexpr char kExamples[] =
+    "\nEXAMPLES\n"
+    "    zrpolicy check --database sample.db --severity note\n"
+    "    zrpolicy check --database sample.db --actions none --ignore duplicate-link\n"
+    "    zrpolicy check --database sample.db --format sarif > findings.sarif\n";
+
+struct CheckArguments {
+  std::string format = "text";
+  std::string severity = zrhost::severityName(zrhost::CheckOptions().least);
+  std::string actions = "postfix";
+  std::vector<std::string> ignored;
+};
+
+zrhost::CheckOptions checkOptions(const CheckArguments& arguments) {
+  zrhost::CheckOptions options;
+  options.least = *zrhost::findSeverity(arguments.severity);
+  options.postfixActions = arguments.actions == "postfix";
+  for (const std::string& name : arguments.ignored)
+    options.ignored.insert(zrhost::findFindingKind(name)->code);
+  return options;
+}
+
+int check(const CommandContext& context, const CheckArguments& arguments) {
+  ProgressBar bar;
+  StandardOutput output;
+  const auto report =
+      zrhost::makeFindingReport(*zrhost::findReportFormat(arguments.format), ZR_VERSION, [&](std::string_view text) {
+        bar.clear();
+        output.write(text);
+      });
+  zrhost::CheckOptions options = checkOptions(arguments);
+  options.onFinding = [&report](const zrhost::Finding& finding) { report->add(finding); };
+  options.onProgress = [&bar](std::uint64_t rows) { bar.show(rows); };
+  zrhost::PolicyDatabase database(databaseOptions(context));
+  const zrhost::CheckSummary summary = zrhost::checkRows(database, options);
+  report->finish(summary);
+  output.close();
+  return summary.total() == 0 ? 0 : 1;
+}
+
+std::string footer() {
+  std::string text = "CODES\n";
+  for (const zrhost::FindingKind& kind : zrhost::kFindingKinds) {
+    text +=
+        std::string("    ") + kind.name + ", " + zrhost::severityName(kind.severity) + "\n        " + kind.found + '\n';
+  }
+  return text + kExamples;
+}
+
+std::string refuseUnknownCode(const std::string& name) {
+  return zrhost::findFindingKind(name) != nullptr ? "" : "there is no code " + name;
+}
+
+// An option that takes one of a few words.
+void addChoice(CLI::App& command, const char* name, std::string& value, const std::vector<std::string>& words,
+               const char* description) {
+  command.add_option(name, value, description)
+      ->type_name("WORD")
+      ->group("Findings")
+      ->check(CLI::IsMember(words).description(""));
+}
+
+}  // namespace
+
+void addCheckCommand(CLI::App& program, CommandContext& context) {
+  CLI::App* command = program.add_subcommand("check", kDescription);
+  command->footer(footer());
+  const auto arguments = std::make_shared<CheckArguments>();
+  addChoice(*command, "--severity", arguments->severity, {"error", "warning", "note"},
+            "The least that is shown and counted: error, warning or note. Default: warning.");
+  command
+      ->add_option("--ignore", arguments->ignored,
+                   "A code that is neither shown nor counted. May be given any number of times.")
+      ->type_name("CODE")
+      ->expected(1)
+      ->take_all()
+      ->group("Findings")
+      ->check(CLI::Validator(refuseUnknownCode, ""));
+  addChoice(*command, "--actions", arguments->actions, {"postfix", "none"},
+            "What the actions of rules of kind 247 are for: postfix, where an empty or unknown one is a finding, or "
+            "none that is known. Default: postfix.");
+  addChoice(*command, "--format", arguments->format, {"text", "json", "sarif"},
+            "text for people, json or sarif (2.1.0) for programs. Default: text.");
+  addSettingOptions(*command, context);
+  command->callback(
+      [&context, arguments] { context.run = [&context, arguments] { return check(context, *arguments); }; });
+}
+
+}  // namespace zrcli
