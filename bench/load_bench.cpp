@@ -14,7 +14,7 @@
 #include "db/ZrDataAccess.h"
 #include "host/database/OdbcEntries.h"
 #include "host/database/PolicyDatabase.h"
-#include "host/load/CacheLoader.h"
+#include "host/load/Snapshot.h"
 #include "support/PolicyLog.h"
 
 namespace {
@@ -93,9 +93,8 @@ void loadLinks(benchmark::State& state) {
     reading += secondsFor([&] { database.read(counted); });
     forgetPeak();
     const double before = memory("VmRSS");
-    std::unique_ptr<ZrPolicyCache> cache;
-    zrhost::LoadReport report;
-    loading += secondsFor([&] { cache = zrhost::loadCache(database, {}, report); });
+    std::shared_ptr<const zrhost::Snapshot> snapshot;
+    loading += secondsFor([&] { snapshot = zrhost::Snapshot::load(database); });
     peakRatio = (memory("VmHWM") - before) / (memory("VmRSS") - before);
   }
   state.counters["rows"] = static_cast<double>(counted.rows) / static_cast<double>(state.iterations());

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 
 #include "cli/command_context.h"
 #include "host/database/PolicyDatabase.h"
-#include "host/load/CacheLoader.h"
+#include "host/load/Snapshot.h"
 
 namespace zrcli {
 
@@ -19,13 +18,7 @@ zrhost::DatabaseOptions databaseOptions(const CommandContext& context);
 // HostError kUsage, as for one that is missing.
 std::string readPasswordFile(const std::string& path);
 
-// A loaded cache and what the load did.
-struct LoadedCache {
-  zrhost::LoadReport report;
-  std::unique_ptr<ZrPolicyCache> cache;
-};
-
 // Loads the policy database of the command line; throws HostError.
-LoadedCache loadPolicies(const CommandContext& context, zrhost::LoadOptions options);
+std::shared_ptr<const zrhost::Snapshot> loadPolicies(const CommandContext& context, zrhost::LoadOptions options);
 
 }  // namespace zrcli

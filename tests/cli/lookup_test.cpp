@@ -139,9 +139,10 @@ TEST_F(LookupTest, LogLevelShowsTheStepsAndNoPassword) {
 TEST_F(LookupTest, LoadCountsWhatThereIs) {
   const CommandResult result = runCommand({"load", "--database", m_file});
   EXPECT_EQ(result.status, 0);
-  EXPECT_THAT(result.out, MatchesRegex("revision +[0-9]+\npolicies +3\nrules +3\nlinks +3\n  USER +1\n  GROUP +0\n"
-                                       "  HOSTNAME +0\n  IP +1\n  IP_RANGE +1\n  OTHER +0\nrefused rows +0\n"
-                                       "seconds +[0-9.]+\nresident memory +[0-9.]+ MiB\n"));
+  EXPECT_THAT(result.out,
+              MatchesRegex("revision +[0-9]+\npolicies +3\nrules +3\nlinks +3\n  USER +1\n  GROUP +0\n"
+                           "  HOSTNAME +0\n  IP +1\n  IP_RANGE +1\n  OTHER +0\nmembers +0\nrefused rows +0\n"
+                           "seconds +[0-9.]+\nresident memory +[0-9.]+ MiB\n"));
   EXPECT_THAT(result.err, IsEmpty()) << "no progress bar where no terminal is";
 }
 

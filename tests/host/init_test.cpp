@@ -7,7 +7,6 @@
 
 using testing::HasSubstr;
 using zrhost::InitReport;
-using zrhost::LoadReport;
 using zrhost::PolicyDatabase;
 namespace fs = std::filesystem;
 
@@ -123,8 +122,7 @@ TEST_P(Init, SchemaThatThisProgramDoesNotKnowIsRefused) {
   place->run("CREATE TABLE other (n INTEGER);");
   for (const auto& [change, text] : schemas) {
     if (*change != '\0') place->run(change);
-    LoadReport report;
-    const Failure failure = failureOf([&] { load(report); });
+    const Failure failure = failureOf([&] { load(); });
     EXPECT_EQ(failure.kind, ErrorKind::kNotPolicyDatabase) << change;
     EXPECT_THAT(failure.text, HasSubstr(text));
     EXPECT_EQ(failure.text.find('\n'), std::string::npos);
@@ -157,11 +155,9 @@ TEST(InitPostgres, WriterWithoutRightsToTheRevisionRaisesItAndReaderOnlyReads) {
       "SET ROLE writer; CREATE TEMP TABLE policy_revision (revision INTEGER); INSERT INTO policy VALUES (99, 1, 'p', "
       "0);"
       "RESET ROLE; DROP TABLE pg_temp.policy_revision; DROP OWNED BY writer; DROP ROLE writer");
-  LoadReport report;
   PolicyDatabase database(place->options());
   EXPECT_NE(database.revision().revision, 3);
-  loadCache(database, {}, report);
-  EXPECT_EQ(report.policies, 23u);
+  EXPECT_EQ(zrhost::Snapshot::load(database)->report().policies, 23u);
 }
 
 }  // namespace

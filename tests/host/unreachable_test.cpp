@@ -8,7 +8,6 @@
 using testing::HasSubstr;
 using testing::Not;
 using zrhost::DatabaseOptions;
-using zrhost::LoadReport;
 using zrhost::PolicyDatabase;
 namespace fs = std::filesystem;
 
@@ -129,9 +128,7 @@ TEST(Unreachable, ConnectionLostBetweenReadsIsReplaced) {
       "SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = current_database() AND pid <> "
       "pg_backend_pid()");
   EXPECT_EQ(failureOf([&] { database.revision(); }).kind, ErrorKind::kUnreachable);
-  LoadReport report;
-  loadCache(database, {}, report);
-  EXPECT_EQ(report.policies, 22u);
+  EXPECT_EQ(zrhost::Snapshot::load(database)->report().policies, 22u);
 }
 
 }  // namespace
