@@ -11,7 +11,7 @@ namespace zrhost {
 namespace {
 
 constexpr std::size_t kWidestColumn = 100;
-constexpr std::size_t kNarrowestColumn = 6;
+constexpr std::size_t kNarrowestColumn = 3;
 constexpr std::size_t kBetween = 2;
 
 }  // namespace
@@ -58,17 +58,13 @@ std::vector<std::size_t> TextTable::fittedWidths(std::size_t width) const {
   for (; taken > width; --taken) {
     std::size_t* widest = nullptr;
     for (std::size_t i = 0; i < widths.size(); ++i) {
-      const bool givesWay = m_columns[i].mayBeCut && widths[i] > leastWidth(i);
+      const bool givesWay = m_columns[i].mayBeCut && widths[i] > kNarrowestColumn;
       if (givesWay && (widest == nullptr || widths[i] > *widest)) widest = &widths[i];
     }
     if (widest == nullptr) break;
     --*widest;
   }
   return widths;
-}
-
-std::size_t TextTable::leastWidth(std::size_t column) const {
-  return std::max(kNarrowestColumn, displayWidth(m_columns[column].heading));
 }
 
 std::string TextTable::line(const Row& row, const std::vector<std::size_t>& widths, bool isFitted) const {

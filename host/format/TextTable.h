@@ -22,8 +22,8 @@ class TextTable {
   void add(const std::vector<std::string>& texts);
 
   // The lines, on at most `width` columns of the terminal: where they would take more, texts of the columns that may be
-  // cut are, the widest first, and end in "…". No such column is made narrower than 6 columns or its heading, even when
-  // the lines are too long then.
+  // cut are, the widest first, and end in "…". No column is made narrower than 3, even when the lines are too long
+  // then.
   //
   // A width of 0 shows all texts whole; one of more than 100 columns then moves the rest of its own line only.
   std::string text(std::size_t width = 0) const;
@@ -37,7 +37,6 @@ class TextTable {
 
   std::vector<std::size_t> wholeWidths(std::size_t most) const;
   std::vector<std::size_t> fittedWidths(std::size_t width) const;
-  std::size_t leastWidth(std::size_t column) const;
   std::string line(const Row& row, const std::vector<std::size_t>& widths, bool isFitted) const;
 
   std::vector<TableColumn> m_columns;

@@ -19,6 +19,8 @@ namespace zrhost {
 namespace {
 
 constexpr std::uint64_t kMostLogged = 10;
+// From here on, the time that it takes to arrange ranges in the best way comes back with the questions.
+constexpr std::uint64_t kManyRanges = 100;
 
 std::uint32_t nextGeneration() {
   static std::atomic<std::uint32_t> last{0};
@@ -79,6 +81,7 @@ void Snapshot::fill(RowSource& source, const LoadOptions& options) {
     CacheSink sink(m_cache, m_members, logged, m_report);
     m_report.revision = source.read(sink);
     m_members.finish();
+    if (m_report.linksByType[ZrPolicyCache::IP_RANGE] >= kManyRanges) m_cache.reindex();
     m_cache.m_generation = nextGeneration();
   } catch (const std::bad_alloc&) {
     throw HostError(ErrorKind::kInternal, "out of memory after " + std::to_string(m_report.policies) + " policies, " +

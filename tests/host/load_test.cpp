@@ -119,5 +119,27 @@ TEST_P(Load, RowsThatCannotBeUsedAreNamedAndTheRestLoads) {
   EXPECT_EQ(refused.size(), 1u);
 }
 
+TEST(LoadPostgres, TextsOfADatabaseWithoutAnEncodingAreReadAsTheyStand) {
+  PostgresServer& server = PostgresServer::shared();
+  const std::string name = OdbcEntries::freshName();
+  server.run("postgres",
+             "CREATE DATABASE " + name + " ENCODING 'SQL_ASCII' TEMPLATE template0 LC_COLLATE 'C' LC_CTYPE 'C'");
+  for (const char* driver : {"PostgreSQL Unicode", "PostgreSQL ANSI"}) {
+    OdbcEntries entries;
+    zrhost::DatabaseOptions options;
+    options.dsn = OdbcEntries::freshName();
+    options.user = PostgresServer::kUser;
+    entries.addPostgres(options.dsn, server.socketFolder(), name, driver);
+    zrhost::PolicyDatabase::init(options, {false, true});
+    server.run(name,
+               "SET client_encoding = 'SQL_ASCII'; INSERT INTO policy VALUES (1, 1, E'J\\xf6rg', 0), (2, 1, "
+               "'J\xc3\xb6rg', 0)");
+    zrhost::PolicyDatabase database(options);
+    const auto snapshot = Snapshot::load(database);
+    EXPECT_EQ(snapshot->cache().m_mapPolicy.at(1)->m_policyName, "J\xf6rg") << driver;
+    EXPECT_EQ(snapshot->cache().m_mapPolicy.at(2)->m_policyName, "J\xc3\xb6rg") << driver;
+  }
+}
+
 }  // namespace
 }  // namespace zrtest
