@@ -1,23 +1,16 @@
 #pragma once
 
 #include <functional>
-#include <map>
-#include <string>
+
+#include "host/settings/Settings.h"
 
 namespace zrcli {
 
 // What the command line said, as far as more than one subcommand needs it. Filled while the command line is read;
 // read-only from then on.
 struct CommandContext {
-  // The file of --config; empty when the option was not given.
-  std::string configFile;
-
-  // Settings that were given as options, by "section.name" as in the configuration file ("database.file",
-  // "database.pool_size", "log.level", ...), the value as it was typed. They win over the file.
-  std::map<std::string, std::string> given;
-
-  // The option that gave a setting ("--pool-size"), by the same key, for messages.
-  std::map<std::string, std::string> optionNames;
+  // --config and the settings that options give.
+  zrhost::SettingsRequest settings;
 
   // --strict: the first row that cannot be used ends the load.
   bool strict = false;

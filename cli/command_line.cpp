@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <csignal>
 #include <memory>
 #include <new>
 #include <string>
@@ -10,6 +11,7 @@
 #include "cli/command_context.h"
 #include "cli/config_command.h"
 #include "cli/exit_status.h"
+#include "cli/help_command.h"
 #include "cli/help_format.h"
 #include "cli/init_command.h"
 #include "cli/load_command.h"
@@ -43,8 +45,6 @@ constexpr char kFooter[] =
     "    zrpolicy lookup --database sample.db --user john@example.org --default\n"
     "    zrpolicy load --database sample.db\n";
 
-constexpr int kOk = 0;
-
 void addCommands(CLI::App& program, CommandContext& context) {
   program.name("zrpolicy");
   program.footer(kFooter);
@@ -55,6 +55,7 @@ void addCommands(CLI::App& program, CommandContext& context) {
   addLookupCommand(program, context);
   addLoadCommand(program, context);
   addConfigCommand(program, context);
+  addHelpCommand(program, context);
   program.set_version_flag("--version", "zrpolicy " ZR_VERSION, "Print the version and leave.");
 }
 
@@ -76,16 +77,16 @@ std::vector<std::string> reversedArguments(int argc, char** argv) {
   return arguments;
 }
 
-int print(const std::string& text) {
-  StandardOutput output;
-  output.write(text);
-  output.close();
-  return kOk;
-}
-
 int usage(std::string text) {
   std::replace(text.begin(), text.end(), '\n', ' ');
-  printError(text + "; see zrpolicy --help");
+  printError(text + "; see zrpolicy help");
+  return exitStatus(zrhost::ErrorKind::kUsage);
+}
+
+// Nothing to do was named: what can be is shown, where it is in nobody's way.
+int usageOf(const CLI::App& program) {
+  const std::vector<CLI::App*> commands = program.get_subcommands();
+  writeError(shortUsage(commands.empty() ? program : *commands.front()));
   return exitStatus(zrhost::ErrorKind::kUsage);
 }
 
@@ -96,14 +97,20 @@ int parseAndRun(int argc, char** argv) {
   try {
     program.parse(reversedArguments(argc, argv));
   } catch (const CLI::CallForHelp&) {
-    return print(program.help());
+    return printAll(program.help());
   } catch (const CLI::CallForVersion& version) {
-    return print(std::string(version.what()) + '\n');
+    return printAll(std::string(version.what()) + '\n');
   } catch (const CLI::ParseError& error) {
     return usage(error.what());
   }
-  if (!context.run) return usage("no command is given");
-  return context.run();
+  return context.run ? context.run() : usageOf(program);
+}
+
+// Ends the command as the system would have, so that a shell sees why and says nothing.
+int endByBrokenPipe() {
+  std::signal(SIGPIPE, SIG_DFL);
+  std::raise(SIGPIPE);
+  return kReaderGone;  // where the signal is blocked
 }
 
 // What the library threw by itself, with what it logged about it.
@@ -116,6 +123,8 @@ void printLibraryFailure(const char* text) {
 int reportFailure() {
   try {
     throw;
+  } catch (const ReaderGone&) {
+    return endByBrokenPipe();
   } catch (const zrhost::HostError& error) {
     printError(error.what());
     return exitStatus(error.kind());

@@ -6,18 +6,15 @@
 #include "cli/common_options.h"
 #include "cli/config_show.h"
 #include "cli/standard_streams.h"
-#include "config/ConfigFile.h"
 #include "host/base/terminal_text.h"
-#include "host/configfile/ConfigEdit.h"
 #include "host/settings/ConfigCheck.h"
 #include "host/settings/Settings.h"
+#include "host/settings/settings_edit.h"
 
 namespace zrcli {
 
 namespace {
 
-using zrhost::ErrorKind;
-using zrhost::HostError;
 using zrhost::terminalText;
 
 constexpr int kOk = 0;
@@ -64,90 +61,46 @@ struct Arguments {
   std::string section, name, value;
 };
 
-std::string settingName(const Arguments& setting) {
-  return "[" + zrhost::shortened(setting.section) + "] " + zrhost::shortened(setting.name);
-}
-
-// The file of the command line, which must be there.
-std::string existingFile(const CommandContext& context) {
-  const zrhost::SettingsFile file = zrhost::findSettingsFile(context.configFile);
-  if (zrhost::settingsFileIsThere(file)) return file.path;
-  throw HostError(ErrorKind::kInputOutput, "there is no settings file " + file.path + "; name one with --config");
-}
-
-int finish(const std::string& text, int status) {
-  StandardOutput output;
-  output.write(text);
-  output.close();
-  return status;
+zrhost::SettingsFile fileOf(const CommandContext& context) {
+  return zrhost::findSettingsFile(context.settings.configFile);
 }
 
 int show(const CommandContext& context, const Arguments& wanted) {
-  if (!wanted.section.empty() && !zrhost::isKnownSection(wanted.section)) {
-    throw HostError(ErrorKind::kUsage, *zrhost::unknownSettingFault(wanted.section, ""));
-  }
-  const zrhost::Settings settings({context.configFile, context.given, context.optionNames});
-  for (const std::string& warning : settings.warnings())
-    printError("warning: " + warning);
-  return finish(settingsTable(settings, wanted.section), kOk);
+  const zrhost::Settings settings(context.settings);
+  printWarnings(settings.warnings());
+  return printAll(settingsTable(settings, wanted.section));
 }
 
 int get(const CommandContext& context, const Arguments& wanted) {
-  if (holdsSecret(wanted.name) && zrhost::findSetting(wanted.section, wanted.name) == nullptr) {
-    throw HostError(ErrorKind::kUsage, settingName(wanted) + " may hold a password, which is never shown");
-  }
-  const zrhost::SettingsFile file = zrhost::findSettingsFile(context.configFile);
-  ConfigFile config;
-  if (zrhost::settingsFileIsThere(file)) config.read_config(file.path.c_str());
-  const char* value = config.getparam(wanted.section.c_str(), wanted.name.c_str());
-  if (value != nullptr) return finish(std::string(value) + '\n', kOk);
-  printError(settingName(wanted) + " is not set in " + file.path);
+  const zrhost::SettingsFile file = fileOf(context);
+  const auto value = zrhost::settingInFile(file, wanted.section, wanted.name);
+  if (value) return printAll(*value + '\n');
+  printError(zrhost::settingTitle(wanted.section, wanted.name) + " is not set in " + file.path);
   return kNothing;
 }
 
 int check(const CommandContext& context, const Arguments&) {
-  const std::string path = existingFile(context);
+  const std::string path = zrhost::requiredSettingsFile(fileOf(context));
   std::string text;
   for (const zrhost::ConfigFinding& finding : zrhost::checkConfigFile(path)) {
     text += terminalText(path) + ':' + std::to_string(finding.line) + ": " + finding.text + '\n';
   }
-  const int status = text.empty() ? kOk : kNothing;
-  return finish(text.empty() ? terminalText(path) + ": no findings\n" : text, status);
+  const bool isFine = text.empty();
+  printAll(isFine ? terminalText(path) + ": no findings\n" : text);
+  return isFine ? kOk : kNothing;
 }
 
-// A setting of the program's own must be one that it can read; of others the file may hold any.
-void judge(const Arguments& setting) {
-  const zrhost::SettingDefinition* definition = zrhost::findSetting(setting.section, setting.name);
-  if (definition == nullptr) {
-    printError("warning: " + *zrhost::unknownSettingFault(setting.section, setting.name));
-  } else if (const auto fault = zrhost::settingValueFault(*definition, setting.value)) {
-    throw HostError(ErrorKind::kUsage, *fault);
-  }
+int set(const CommandContext& context, const Arguments& wanted) {
+  const auto change = zrhost::setInFile(fileOf(context), wanted.section, wanted.name, wanted.value);
+  printWarnings(change.warnings);
+  return printAll(change.edit.created ? "made " + terminalText(change.edit.path) + '\n' : "");
 }
 
-void warnOfTwoDatabases(const std::string& path) {
-  ConfigFile config(path.c_str());
-  const auto holds = [&config](const char* name) {
-    const char* value = config.getparam("database", name);
-    return value != nullptr && *value != '\0';
-  };
-  if (holds("file") && holds("dsn")) {
-    printError("warning: " + path + ": [database] file and dsn are both set; unset one of them");
-  }
-}
-
-int set(const CommandContext& context, const Arguments& setting) {
-  const std::string path = zrhost::findSettingsFile(context.configFile).path;
-  judge(setting);
-  const zrhost::ConfigEditResult result = zrhost::setInConfigFile(path, setting.section, setting.name, setting.value);
-  warnOfTwoDatabases(path);
-  return finish(result.created ? "made " + terminalText(result.path) + '\n' : "", kOk);
-}
-
-int unset(const CommandContext& context, const Arguments& setting) {
-  const std::string path = existingFile(context);
-  const zrhost::ConfigEditResult result = zrhost::unsetInConfigFile(path, setting.section, setting.name);
-  return finish(result.changed ? "" : settingName(setting) + " was not set in " + terminalText(path) + '\n', kOk);
+int unset(const CommandContext& context, const Arguments& wanted) {
+  const zrhost::SettingsFile file = fileOf(context);
+  const zrhost::ConfigEditResult edit = zrhost::unsetInFile(file, wanted.section, wanted.name);
+  const std::string title = zrhost::settingTitle(wanted.section, wanted.name);
+  return printAll(edit.changed ? "" : title + " was not set in " + terminalText(file.path) + '\n');
 }
 
 using Action = int (*)(const CommandContext&, const Arguments&);
@@ -172,7 +125,7 @@ void addPlace(CLI::App& command, const std::shared_ptr<Arguments>& arguments) {
 void addConfigCommand(CLI::App& program, CommandContext& context) {
   CLI::App* config = program.add_subcommand("config", kDescription);
   config->footer(kFooter);
-  config->require_subcommand(1);
+  config->require_subcommand(0, 1);
   const auto arguments = std::make_shared<Arguments>();
 
   CLI::App* command = addAction(*config, context, "show", kShow, arguments, show);

@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
-#include <cstdlib>
 #include <vector>
 
+#include "host/base/HostError.h"
 #include "host/base/terminal_text.h"
 
 namespace zrcli {
@@ -18,9 +17,9 @@ using Row = std::array<std::string, 4>;
 std::string sourceOf(const zrhost::EffectiveSetting& setting) {
   switch (setting.source) {
     case SettingSource::kOption:
-      return "option " + setting.origin;
+      return std::string("option ") + setting.definition->option.name;
     case SettingSource::kEnvironment:
-      return "environment " + setting.origin;
+      return std::string("environment ") + setting.definition->insteadVariable;
     case SettingSource::kFile:
       return "file";
     case SettingSource::kDefault:
@@ -38,8 +37,8 @@ std::string fileLine(const zrhost::SettingsFile& file) {
 }
 
 std::string shownValue(const zrhost::EffectiveSetting& setting) {
-  const bool hasValue = setting.isSet || setting.definition->defaultValue != nullptr;
-  return hasValue ? zrhost::terminalText(setting.value) : "(not set)";
+  if (setting.source == SettingSource::kEnvironment) return "(hidden)";
+  return setting.value.empty() ? "(not set)" : zrhost::terminalText(setting.value);
 }
 
 void appendRow(std::string& text, const Row& row, const std::array<std::size_t, 4>& widths) {
@@ -64,23 +63,14 @@ std::string table(const std::vector<Row>& rows) {
 }  // namespace
 
 std::string settingsTable(const zrhost::Settings& settings, std::string_view section) {
+  const bool sectionIsKnown = section.empty() || zrhost::isKnownSection(section);
+  if (!sectionIsKnown) throw zrhost::HostError(zrhost::ErrorKind::kUsage, *zrhost::unknownSettingFault(section, ""));
   std::vector<Row> rows{{"SECTION", "NAME", "FROM", "VALUE"}};
   for (const zrhost::EffectiveSetting& setting : settings.all()) {
     if (!section.empty() && section != setting.definition->section) continue;
     rows.push_back({setting.definition->section, setting.definition->name, sourceOf(setting), shownValue(setting)});
   }
-  const bool showsDatabase = section.empty() || section == "database";
-  if (showsDatabase && std::getenv("ZRPOLICY_PASSWORD") != nullptr) {
-    rows.push_back({"database", "(password)", "environment ZRPOLICY_PASSWORD", "(hidden)"});
-  }
   return fileLine(settings.file()) + table(rows);
-}
-
-bool holdsSecret(std::string_view name) {
-  std::string lower(name);
-  std::ranges::transform(lower, lower.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return lower.find("pass") != std::string::npos || lower.find("pwd") != std::string::npos ||
-         lower.find("secret") != std::string::npos;
 }
 
 }  // namespace zrcli

@@ -8,11 +8,8 @@
 namespace zrcli {
 
 // Every setting, or those of one section, as an aligned table with where each value comes from, headed by the name of
-// the file that was read. Texts are made safe for a terminal. That ZRPOLICY_PASSWORD holds a password is said; the
-// password is not.
+// the file that was read. Texts are made safe for a terminal. Where ZRPOLICY_PASSWORD counts, that is said; the
+// password is not. Throws HostError kUsage for an unknown section.
 std::string settingsTable(const zrhost::Settings& settings, std::string_view section);
-
-// Whether something of this name is likely to be a password.
-bool holdsSecret(std::string_view name);
 
 }  // namespace zrcli

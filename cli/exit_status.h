@@ -26,4 +26,24 @@ constexpr int exitStatus(zrhost::ErrorKind kind) {
   return 70;
 }
 
+// The same for the reader of a manual.
+struct ExitStatusMeaning {
+  int status;
+  const char* meaning;
+};
+constexpr ExitStatusMeaning kExitStatusMeanings[] = {
+    {0, "something applies; the command did its work; every line of a batch was a question"},
+    {1, "nothing applies; config get: not set; config check: there are findings"},
+    {exitStatus(zrhost::ErrorKind::kUsage), "usage: an option, a command, or a question that is none"},
+    {exitStatus(zrhost::ErrorKind::kBadRow), "a bad row under --strict; a batch with bad lines"},
+    {exitStatus(zrhost::ErrorKind::kUnreachable), "the database cannot be reached or opened"},
+    {exitStatus(zrhost::ErrorKind::kInternal), "internal error, or out of memory"},
+    {exitStatus(zrhost::ErrorKind::kTablesPresent), "init refused: the tables are there"},
+    {exitStatus(zrhost::ErrorKind::kInputOutput), "input or output failed: a full disk, a closed standard output"},
+    {exitStatus(zrhost::ErrorKind::kNotPolicyDatabase), "reached, but it is no policy database, or a newer one"},
+};
+
+// As a shell sees a process that SIGPIPE ended, as it does when the reader of the output has gone.
+constexpr int kReaderGone = 141;
+
 }  // namespace zrcli

@@ -5,25 +5,13 @@
 #include <sstream>
 #include <vector>
 
+#include "cli/exit_status.h"
+
 namespace zrcli {
 
 namespace {
 
 constexpr std::size_t kLineWidth = 80;
-
-constexpr const char* kExitStatus = R"(
-EXIT STATUS
-    0   something applies; the command did its work; every line of a batch was a
-        question
-    1   nothing applies; config get: not set; config check: there are findings
-    64  usage: an option, a command, or a question that is none
-    65  a bad row under --strict; a batch with bad lines
-    69  the database cannot be reached or opened
-    70  internal error, or out of memory
-    73  init refused: the tables are there
-    74  input or output failed: a full disk, a closed standard output
-    78  reached, but it is no policy database, or a newer one
-)";
 
 std::string pathOf(const CLI::App* app) {
   return app->get_parent() == nullptr ? app->get_name() : pathOf(app->get_parent()) + ' ' + app->get_name();
@@ -32,6 +20,12 @@ std::string pathOf(const CLI::App* app) {
 std::string summaryOf(const CLI::App* app) {
   const std::string text = app->get_description();
   return text.substr(0, text.find('\n'));
+}
+
+std::string firstSentence(const std::string& text) {
+  std::string sentence = text.substr(0, text.find(". "));
+  if (sentence.ends_with('.')) sentence.pop_back();
+  return sentence;
 }
 
 // The words of one paragraph as lines that begin with `indent` blanks.
@@ -48,6 +42,12 @@ std::string wrapped(const std::string& paragraph, std::size_t indent) {
     line += line.empty() ? word : ' ' + word;
   }
   return line.empty() ? text : text + margin + line + '\n';
+}
+
+// `heading` in front of a paragraph that begins in column `indent`, on the same line where it has room.
+std::string hung(const std::string& heading, const std::string& paragraph, std::size_t indent) {
+  const std::string text = wrapped(paragraph, indent);
+  return heading.size() + 2 > indent || text.empty() ? heading + '\n' + text : heading + text.substr(heading.size());
 }
 
 std::string descriptionSection(const CLI::App* app) {
@@ -108,6 +108,13 @@ std::string optionSections(const CLI::App* app) {
   return text;
 }
 
+std::string exitStatusSection() {
+  std::string text = "\nEXIT STATUS\n";
+  for (const auto& [status, meaning] : kExitStatusMeanings)
+    text += hung("    " + std::to_string(status), meaning, 8);
+  return text;
+}
+
 std::string commandSection(const CLI::App* app) {
   std::string text;
   for (const CLI::App* command : commandsOf(app))
@@ -121,7 +128,21 @@ std::string ManualFormatter::make_help(const CLI::App* app, std::string /*name*/
   const std::string footer = app->get_footer();
   return "NAME\n    " + pathOf(app) + " - " + summaryOf(app) + "\n\nSYNOPSIS\n    " + synopsis(app) + '\n' +
          descriptionSection(app) + commandSection(app) + optionSections(app) + (footer.empty() ? "" : '\n' + footer) +
-         kExitStatus;
+         exitStatusSection();
+}
+
+std::string shortUsage(const CLI::App& app) {
+  constexpr std::size_t kColumn = 28;
+  std::string text = "usage: " + synopsis(&app) + "\n\n" + firstSentence(summaryOf(&app)) + "\n\n";
+  for (const CLI::App* command : commandsOf(&app))
+    text += hung("  " + command->get_name(), firstSentence(summaryOf(command)), kColumn);
+  for (const CLI::Option* option : app.get_options())
+    text += hung("  " + headingOf(option), firstSentence(option->get_description()), kColumn);
+  const std::string path = pathOf(&app);
+  const std::string ofCommands =
+      path.substr(0, path.find(' ')) + " help" + path.substr(std::min(path.find(' '), path.size()));
+  if (!commandsOf(&app).empty()) text += "\n'" + ofCommands + " COMMAND' shows what a command takes.";
+  return text + "\n'" + path + " --help' says more.\n";
 }
 
 }  // namespace zrcli

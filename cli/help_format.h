@@ -13,4 +13,8 @@ class ManualFormatter : public CLI::Formatter {
   std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override;
 };
 
+// What a command takes, a line or two each: its commands as "  NAME  SUMMARY", then its options as "  --NAME VALUE
+// TEXT" with the first sentence of their description. The completion for shells reads these lines.
+std::string shortUsage(const CLI::App& app);
+
 }  // namespace zrcli

@@ -54,7 +54,8 @@ void StandardOutput::flush() {
       done += static_cast<std::size_t>(written);
     } else if (!shouldRetry(STDOUT_FILENO, POLLOUT)) {
       m_buffer.clear();
-      fail("cannot write to standard output", "the output is incomplete: direct it where there is room and a reader");
+      if (errno == EPIPE) throw ReaderGone();
+      fail("cannot write to standard output", "the output is incomplete: direct it where there is room");
     }
   }
   m_buffer.clear();
@@ -67,14 +68,28 @@ void StandardOutput::close() {
   }
 }
 
+int printAll(std::string_view text) {
+  StandardOutput output;
+  output.write(text);
+  output.close();
+  return 0;
+}
+
+void writeError(std::string_view text) noexcept {
+  [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+}
+
 void printError(std::string_view text) noexcept {
   try {
-    const std::string line = "zrpolicy: " + zrhost::terminalText(text) + '\n';
-    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
+    writeError("zrpolicy: " + zrhost::terminalText(text) + '\n');
   } catch (...) {
-    constexpr std::string_view kNoMemory = "zrpolicy: out of memory\n";
-    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, kNoMemory.data(), kNoMemory.size());
+    writeError("zrpolicy: out of memory\n");
   }
+}
+
+void printWarnings(const std::vector<std::string>& texts) {
+  for (const std::string& text : texts)
+    printError("warning: " + text);
 }
 
 bool LineReader::next(std::string& line) {

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zrcli {
 
@@ -11,8 +12,12 @@ namespace zrcli {
 // such a place still fails. Called first of all.
 void secureStandardDescriptors();
 
+// Thrown by StandardOutput where nobody reads any more: the command has nothing left to do, and nothing to say.
+struct ReaderGone {};
+
 // Standard output, buffered by this object alone: nothing is lost in silence.
-// Failures are thrown as HostError kInputOutput: a full disk, a reader that has gone, a closed descriptor.
+// Failures are thrown as HostError kInputOutput: a full disk, a closed descriptor. A pipe that nobody reads any more
+// throws ReaderGone.
 class StandardOutput {
  public:
   void write(std::string_view text);
@@ -25,8 +30,17 @@ class StandardOutput {
   std::string m_buffer;
 };
 
+// All of the output of a command; answers the exit status of success.
+int printAll(std::string_view text);
+
+// Text on standard error as it stands. Never fails.
+void writeError(std::string_view text) noexcept;
+
 // One line on standard error: "zrpolicy: TEXT", the text made safe for a terminal. Never fails.
 void printError(std::string_view text) noexcept;
+
+// "zrpolicy: warning: TEXT" for each of them.
+void printWarnings(const std::vector<std::string>& texts);
 
 // Lines of standard input, of any length and bytes; a carriage return before the line feed belongs to the line's end,
 // and the last line needs no end.

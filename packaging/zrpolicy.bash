@@ -1,55 +1,74 @@
 # Completion of the zrpolicy command for bash. Installed where bash-completion looks for it; or: source zrpolicy.bash
 
-_zrpolicy_options() {
-  # The command's own help is the list: nothing here can fall behind it.
-  "${COMP_WORDS[0]}" "$@" --help 2>/dev/null | grep -oE '(^|[[:space:],])--[a-z][a-z-]*' | grep -oE -- '--[a-z-]+' | sort -u
+# What "zrpolicy help COMMAND..." lists: a command as "name", an option as "--name" or "--name VALUE". The command's own
+# usage is the list, so nothing here can fall behind it.
+_zrpolicy_usage() {
+  "${COMP_WORDS[0]/#\~/$HOME}" help "$@" 2>/dev/null |
+    sed -nE 's/^  (-[a-z], )?(--[a-z-]+( [A-Z]+)?|[a-z]+)( .*)?$/\2/p'
 }
 
-_zrpolicy_names() {  # SECTION: the settings of it; without: the sections
-  "${COMP_WORDS[0]}" config show 2>/dev/null |
-    awk -v section="${1:-}" 'NR > 2 && $2 !~ /^\(/ { if (section == "") print $1; else if ($1 == section) print $2 }' |
-    sort -u
+_zrpolicy_settings() {  # [SECTION]: the names of its settings; without: the sections
+  ZRPOLICY_CONFIG=/dev/null "${COMP_WORDS[0]/#\~/$HOME}" config show 2>/dev/null |
+    awk -v section="${1:-}" 'NR > 2 { if (section == "") print $1; else if ($1 == section) print $2 }' | uniq
 }
 
-_zrpolicy_files() {
-  compopt -o filenames
-  mapfile -t COMPREPLY < <(compgen -f -- "$1")
+# The values of an option, as its usage shows it, or of a setting, by its name.
+_zrpolicy_values() {
+  case $1 in
+    --dsn\ * | dsn) odbcinst -q -s 2>/dev/null | sed -nE 's/^\[(.*)\]$/\1/p' ;;
+    --log-level\ * | level) printf '%s\n' 0 1 2 3 4 ;;
+    *\ FILE | file | password_file) compgen -f -- "$2" ;;
+    *\ FOLDER | directory) compgen -d -- "$2" ;;
+  esac
+}
+
+_zrpolicy_setting() {  # COMMAND WORD [SECTION [NAME]]: what may stand behind these arguments of "config COMMAND"
+  case $1,$# in
+    *,2) _zrpolicy_settings ;;
+    get,3 | set,3 | unset,3) _zrpolicy_settings "$3" ;;
+    set,4) _zrpolicy_values "$4" "$2" ;;
+  esac
 }
 
 _zrpolicy() {
-  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} words=() path=() i
-  case $before in
-    --database | --password-file | --config)
-      _zrpolicy_files "$word"
-      return
-      ;;
-    --sql-dir)
-      compopt -o filenames
-      mapfile -t COMPREPLY < <(compgen -d -- "$word")
-      return
-      ;;
-    --log-level) words=(0 1 2 3 4) ;;
-  esac
+  local word=${COMP_WORDS[COMP_CWORD]} option='' each line i
+  local -a path=() plain=() usage offered=()
+  mapfile -t usage < <(_zrpolicy_usage)
   for ((i = 1; i < COMP_CWORD; i++)); do
-    case ${COMP_WORDS[i]} in
-      init | lookup | load | config | show | get | check | set | unset) path+=("${COMP_WORDS[i]}") ;;
-    esac
+    each=${COMP_WORDS[i]}
+    if [ "$each" = = ]; then  # "--name=value" comes as three words
+      continue
+    elif [ -n "$option" ]; then
+      option=''
+    elif [[ $each == -* ]]; then
+      for line in "${usage[@]}"; do [[ $line != "$each "* ]] || option=$line; done
+    elif [[ ${#plain[@]} -eq 0 && " ${usage[*]} " == *" $each "* ]]; then
+      path+=("$each")
+      mapfile -t usage < <(_zrpolicy_usage "${path[@]}")
+    else
+      plain+=("$each")
+    fi
   done
-  if [ ${#words[@]} -eq 0 ]; then
-    case "${path[*]} $word" in
-      *\ -*) mapfile -t words < <(_zrpolicy_options "${path[@]}") ;;
-      " "*) words=(init lookup load config) ;;
-      "config show "* | "config get "* | "config set "* | "config unset "*)
-        if [ "$before" = "${path[1]}" ]; then
-          mapfile -t words < <(_zrpolicy_names)
-        else
-          mapfile -t words < <(_zrpolicy_names "$before")
-        fi
-        ;;
-      "config "*) words=(show get check set unset) ;;
-    esac
+  [ "$word" != = ] || word=''
+  if [ -n "$option" ]; then
+    mapfile -t offered < <(_zrpolicy_values "$option" "$word")
+  elif [[ $word != -* && ${path[0]:-} == help ]]; then
+    mapfile -t offered < <(_zrpolicy_usage "${plain[@]}" | grep -v '^-')
+  elif [[ $word != -* && "${path[*]}" == config\ [gsu]* ]]; then
+    mapfile -t offered < <(_zrpolicy_setting "${path[1]}" "$word" "${plain[@]}")
+  else
+    [[ $word == -* ]] || mapfile -t offered < <(printf '%s\n' "${usage[@]}" | grep -v '^-')
+    [ ${#offered[@]} -gt 0 ] || offered=("${usage[@]%% *}")
   fi
-  mapfile -t COMPREPLY < <(compgen -W "${words[*]}" -- "$word")
+  COMPREPLY=()
+  for each in "${offered[@]}"; do
+    [[ $each != "$word"* ]] || COMPREPLY+=("$each")
+  done
+  case "$option ${plain[1]:-}" in  # has bash quote what is odd in the name of a file, and end that of a folder in a /
+    *" FILE "* | *" FOLDER "* | *file | *directory) compopt -o filenames 2>/dev/null ;;
+    *) [ ${#COMPREPLY[@]} -eq 0 ] || mapfile -t COMPREPLY < <(printf '%q
+' "${COMPREPLY[@]}") ;;
+  esac
 }
 
 complete -F _zrpolicy zrpolicy

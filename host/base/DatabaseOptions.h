@@ -4,7 +4,8 @@
 
 namespace zrhost {
 
-// Where the policy database is and how to reach it. Exactly one of `file` and `dsn` is given.
+// Where the policy database is and how to reach it. Exactly one of `file` and `dsn` is given (requireOneDatabase). What
+// stands here is also the default of the setting that gives it.
 struct DatabaseOptions {
   std::string file;          // an SQLite file
   std::string dsn;           // an ODBC data source
@@ -16,6 +17,9 @@ struct DatabaseOptions {
   int retryWait = 1;         // seconds after each failed attempt
   int retries = 1;           // attempts, at least 1
 };
+
+// Throws HostError kUsage unless exactly one of file and data source is given.
+void requireOneDatabase(const DatabaseOptions& options);
 
 // How messages name the database: "'FILE'" or "data source 'NAME'".
 std::string placeOf(const DatabaseOptions& options);

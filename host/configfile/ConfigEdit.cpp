@@ -1,12 +1,11 @@
 #include "host/configfile/ConfigEdit.h"
 
 #include <functional>
-#include <map>
 #include <utility>
 
-#include "config/ConfigFile.h"
 #include "host/base/terminal_text.h"
 #include "host/configfile/config_lines.h"
+#include "host/configfile/config_sections.h"
 #include "host/configfile/config_text_edit.h"
 #include "host/configfile/file_replace.h"
 
@@ -14,23 +13,15 @@ namespace zrhost {
 
 namespace {
 
-using Sections = std::map<std::string, std::map<std::string, std::string>>;
-
 // What is to become of a file: of its text, and of what it means.
 struct Edit {
   std::function<std::string(const std::string&)> text;
-  std::function<void(Sections&)> meaning;
+  std::function<void(ConfigSections&)> meaning;
   bool makesFile;
 };
 
-Sections meaningOf(const std::string& path) {
-  ConfigFile config(path.c_str());
-  if (config.ok()) return std::move(config.m_pImpl->m_sections);
-  throw HostError(ErrorKind::kInputOutput, "cannot read " + terminalText(path));
-}
-
-void requireMeaning(const std::string& path, const Sections& expected, const std::string& shownPath) {
-  if (meaningOf(path) == expected) return;
+void requireMeaning(const std::string& path, const ConfigSections& expected, const std::string& shownPath) {
+  if (readConfigSections(path) == expected) return;
   throw HostError(ErrorKind::kUsage, terminalText(shownPath) +
                                          ": this edit would change other settings too (zrpolicy "
                                          "config check shows odd lines); nothing was changed");
@@ -54,12 +45,11 @@ ConfigEditResult apply(const std::string& path, const Edit& edit) {
   const std::string oldText = old ? readConfigText(target) : "";
   const std::string newText = editedText(edit, path, oldText);
   if (old && newText == oldText) return {false, false, target};
-  Sections expected = old ? meaningOf(target) : Sections();
+  ConfigSections expected = old ? readConfigSections(target) : ConfigSections();
   edit.meaning(expected);
 
-  Replacement file(target);
+  Replacement file(target, old);
   file.write(newText);
-  file.takeOver(old);
   requireMeaning(file.path(), expected, path);
   file.commit();
   lock.flush();
@@ -74,12 +64,12 @@ ConfigEditResult setInConfigFile(const std::string& path, const std::string& sec
     throw HostError(ErrorKind::kUsage, "cannot set [" + shortened(section) + "] " + shortened(name) + ": " + *fault);
   }
   return apply(path, {[&](const std::string& text) { return withSetting(text, section, name, value); },
-                      [&](Sections& sections) { sections[section][name] = value; }, true});
+                      [&](ConfigSections& sections) { sections[section][name] = value; }, true});
 }
 
 ConfigEditResult unsetInConfigFile(const std::string& path, const std::string& section, const std::string& name) {
   return apply(path, {[&](const std::string& text) { return withoutSetting(text, section, name); },
-                      [&](Sections& sections) {
+                      [&](ConfigSections& sections) {
                         // A section without settings is none once the file is read.
                         const auto settings = sections.find(section);
                         if (settings == sections.end()) return;

@@ -15,7 +15,7 @@ struct ConfigEditResult {
 // Sets or removes one setting of a configuration file and leaves every other byte as it is, comments and layout
 // included. Both need only know the format: sections and names may be any.
 //
-// The new text is written to a temporary file (".zrpolicy-edit." and six characters) beside the real one, gets its mode
+// The new text is written to a temporary file (".zrpolicy-edit." and eight hexadecimal digits) beside the real one, gets its mode
 // and owner, and is read back with ConfigFile: it must hold the old settings with just this change. Then it is flushed
 // to the disk and renamed, and the folder is flushed. Whatever happens on the way, the file is the old one or the new
 // one; a process that is killed may leave its temporary file, which may be deleted. Edits of files of one folder take

@@ -1,12 +1,13 @@
 #include "host/configfile/file_replace.h"
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <random>
 #include <sys/file.h>
 #include <thread>
 #include <unistd.h>
@@ -56,40 +57,54 @@ std::optional<struct stat> plainFile(const std::string& path) {
 }
 
 FolderLock::FolderLock(const std::string& path)
-    : m_folder(folderOf(path)), m_fd(open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-  if (m_fd < 0) failWith("cannot open the folder", m_folder, std::strerror(errno));
-  for (int attempt = 1; flock(m_fd, LOCK_EX | LOCK_NB) != 0; ++attempt) {
-    const int fault = errno;
-    if (fault == EINTR) continue;
-    if (fault == EWOULDBLOCK && attempt < kLockAttempts) {
-      std::this_thread::sleep_for(kLockPause);
-      continue;
-    }
-    close(m_fd);
-    failWith("cannot lock the folder", m_folder,
-             fault == EWOULDBLOCK ? "somebody else holds it for 10 s" : std::strerror(fault));
+    : m_folder(folderOf(path)), m_descriptor(open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+  if (!m_descriptor) failWith("cannot open the folder", m_folder, std::strerror(errno));
+  for (int attempt = 1; flock(m_descriptor.get(), LOCK_EX | LOCK_NB) != 0; ++attempt) {
+    if (errno == EINTR) continue;
+    if (errno != EWOULDBLOCK) failWith("cannot lock the folder", m_folder, std::strerror(errno));
+    if (attempt == kLockAttempts) failWith("cannot lock the folder", m_folder, "somebody else holds it for 10 s");
+    std::this_thread::sleep_for(kLockPause);
   }
-}
-
-FolderLock::~FolderLock() {
-  close(m_fd);
 }
 
 void FolderLock::flush() const {
   // Some file systems cannot flush a folder, and need not.
-  if (fsync(m_fd) != 0 && errno != EINVAL) failWith("cannot flush the folder", m_folder, std::strerror(errno));
+  if (fsync(m_descriptor.get()) != 0 && errno != EINVAL) {
+    failWith("cannot flush the folder", m_folder, std::strerror(errno));
+  }
 }
 
-Replacement::Replacement(const std::string& path)
-    : m_path(path),
-      m_temporary(folderOf(path) + "/.zrpolicy-edit.XXXXXX"),
-      m_fd(mkostemp(m_temporary.data(), O_CLOEXEC)) {
-  if (m_fd < 0) failWith("cannot make a file beside", m_path, std::strerror(errno));
+Replacement::Replacement(const std::string& path, const std::optional<struct stat>& old)
+    : Replacement(path, old ? 0600 : 0666) {  // from here on the destructor removes what was made
+  if (old) takeOver(*old);
 }
 
 Replacement::~Replacement() {
-  close(m_fd);
   if (!m_temporary.empty()) unlink(m_temporary.c_str());
+}
+
+// The system takes the process's mask (or what the folder says of new files) from the mode, so that nobody need ask for
+// the mask: the only call for it sets another one for all threads.
+Replacement::Replacement(const std::string& path, mode_t mode) : m_path(path) {
+  std::random_device random;
+  do {
+    std::array<char, 16> suffix{};
+    std::snprintf(suffix.data(), suffix.size(), "%08x", random());
+    m_temporary = folderOf(m_path) + "/.zrpolicy-edit." + suffix.data();
+    m_descriptor = FileDescriptor(open(m_temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+  } while (!m_descriptor && errno == EEXIST);
+  if (m_descriptor) return;
+  m_temporary.clear();
+  failWith("cannot make a file beside", m_path, std::strerror(errno));
+}
+
+void Replacement::takeOver(const struct stat& old) {
+  struct stat own = {};
+  if (fstat(m_descriptor.get(), &own) != 0) fail("cannot write");
+  const bool isOthers = own.st_uid != old.st_uid || own.st_gid != old.st_gid;
+  if (isOthers && fchown(m_descriptor.get(), old.st_uid, old.st_gid) != 0) fail("cannot keep the owner of");
+  // After the owner, whose change clears bits of the mode.
+  if (fchmod(m_descriptor.get(), old.st_mode & 07777) != 0) fail("cannot keep the mode of");
 }
 
 void Replacement::fail(const std::string& what) const {
@@ -99,31 +114,15 @@ void Replacement::fail(const std::string& what) const {
 
 void Replacement::write(const std::string& text) {
   for (std::size_t done = 0; done < text.size();) {
-    const ssize_t count = ::write(m_fd, text.data() + done, text.size() - done);
+    const ssize_t count = ::write(m_descriptor.get(), text.data() + done, text.size() - done);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) fail("cannot write");
     done += static_cast<std::size_t>(count);
   }
 }
 
-void Replacement::takeOver(const std::optional<struct stat>& old) {
-  mode_t mode = 0666;
-  if (old) {
-    struct stat own = {};
-    if (fstat(m_fd, &own) != 0) fail("cannot write");
-    const bool isOthers = own.st_uid != old->st_uid || own.st_gid != old->st_gid;
-    if (isOthers && fchown(m_fd, old->st_uid, old->st_gid) != 0) fail("cannot keep the owner of");
-    mode = old->st_mode & 07777;
-  } else {
-    const mode_t mask = umask(0);
-    umask(mask);
-    mode &= ~mask;
-  }
-  if (fchmod(m_fd, mode) != 0) fail("cannot keep the mode of");  // after the owner, which clears bits of it
-}
-
 void Replacement::commit() {
-  if (fsync(m_fd) != 0) fail("cannot write");
+  if (fsync(m_descriptor.get()) != 0) fail("cannot write");
   if (std::rename(m_temporary.c_str(), m_path.c_str()) != 0) fail("cannot replace");
   m_temporary.clear();
 }

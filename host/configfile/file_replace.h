@@ -4,6 +4,8 @@
 #include <string>
 #include <sys/stat.h>
 
+#include "host/base/FileDescriptor.h"
+
 namespace zrhost {
 
 // The parts of replacing a file safely. All throw HostError kInputOutput, with the file's name and the system's reason.
@@ -18,39 +20,37 @@ std::optional<struct stat> plainFile(const std::string& path);
 class FolderLock {
  public:
   explicit FolderLock(const std::string& path);
-  ~FolderLock();
-  FolderLock(const FolderLock&) = delete;
-  FolderLock& operator=(const FolderLock&) = delete;
 
   // Makes a rename in the folder last.
   void flush() const;
 
  private:
   std::string m_folder;
-  int m_fd;
+  FileDescriptor m_descriptor;
 };
 
 // A new file beside `path` that takes its place, or is gone when the object is.
 class Replacement {
  public:
-  explicit Replacement(const std::string& path);
+  // With the mode and owner of the old file; without one, with those of any new file.
+  Replacement(const std::string& path, const std::optional<struct stat>& old);
   ~Replacement();
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
 
   void write(const std::string& text);
-  // The mode and owner of the file to be replaced; without one those of any new file.
-  void takeOver(const std::optional<struct stat>& old);
   const std::string& path() const { return m_temporary; }
   // To the disk, then into the place of the real file.
   void commit();
 
  private:
+  Replacement(const std::string& path, mode_t mode);
+  void takeOver(const struct stat& old);
   [[noreturn]] void fail(const std::string& what) const;
 
   std::string m_path;
-  std::string m_temporary;  // empty once it is renamed
-  int m_fd;
+  std::string m_temporary;  // empty while there is none
+  FileDescriptor m_descriptor;
 };
 
 }  // namespace zrhost

@@ -16,9 +16,7 @@ namespace zrhost {
 namespace {
 
 const DatabaseOptions& checked(const DatabaseOptions& options) {
-  if (options.file.empty() == options.dsn.empty()) {
-    throw HostError(ErrorKind::kUsage, "no single database is named; name either a file or a data source");
-  }
+  requireOneDatabase(options);
   if (options.poolSize < 1 || options.retries < 1) {
     throw HostError(ErrorKind::kUsage, "the pool size and the number of attempts must be at least 1");
   }
@@ -43,7 +41,8 @@ std::string databaseKind(ZrDbConnect& connection) {
 Source::Source(const DatabaseOptions& wanted)
     : options(checked(wanted)),
       m_sqlDirectory(options.sqlDirectory.empty() ? findSqlDirectory() : options.sqlDirectory),
-      m_entries(options.dsn.empty() ? OdbcEntries::forFile(options.file) : OdbcEntries::forDsn(options.dsn)) {
+      m_entries(options.dsn.empty() ? OdbcEntries::forFile(options.file) : OdbcEntries::forDsn(options.dsn)),
+      m_alias(m_entries.dsn(), placeOf(options)) {
   if (m_sqlDirectory.back() != '/') m_sqlDirectory += '/';
   connect();
   findStatements();

@@ -6,6 +6,7 @@
 #include "db/ZrDataAccess.h"
 #include "host/database/OdbcEntries.h"
 #include "host/database/PolicyDatabase.h"
+#include "host/log/log_line.h"
 #include "host/rows/Rows.h"
 
 namespace zrhost {
@@ -30,6 +31,7 @@ class Source {
 
   std::string m_sqlDirectory;
   OdbcEntries m_entries;
+  LogAlias m_alias;
   ZrDataAccess m_pool;
   std::string m_statements;
   bool m_sqlite = false;

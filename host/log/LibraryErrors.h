@@ -9,7 +9,7 @@ namespace zrhost {
 // HostError that it throws. For lines to arrive, PolicyLog::ms_level must be at least 1.
 //
 // Each thread has its own lines; the newest few are kept (at most 2,000 bytes together). noteLibraryError takes one
-// line, masks what follows "m_pass=" and drops line breaks; it never throws.
+// line and keeps it as shownLogLine (host/log/log_line.h) makes it; it never throws.
 void noteLibraryError(const char* text) noexcept;
 
 // The calling thread's lines so far, joined by "; ", and forgets them. Empty when there are none.

@@ -1,8 +1,10 @@
 #include "host/log/LogSink.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <string>
@@ -10,12 +12,14 @@
 
 #include "host/base/terminal_text.h"
 #include "host/log/LibraryErrors.h"
+#include "host/log/log_line.h"
 #include "support/PolicyLog.h"
 #include "vexa/VexaLog.h"
 
 namespace {
 
 std::atomic<int> g_shownLevel = 0;
+const auto g_start = std::chrono::steady_clock::now();
 
 std::string formatted(const char* format, std::va_list args) {
   std::va_list measured;
@@ -27,18 +31,20 @@ std::string formatted(const char* format, std::va_list args) {
   return text;
 }
 
-void maskPassword(std::string& text) {
-  constexpr char kMark[] = "m_pass=";
-  const std::size_t mark = text.find(kMark);
-  if (mark != std::string::npos) text.replace(mark + sizeof kMark - 1, std::string::npos, "***");
+std::string head(VEXA::VEXALogLevel level) {
+  constexpr char kLetters[] = "EWIT";
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - g_start;
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%.3f %c ", elapsed.count(),
+                kLetters[std::clamp(static_cast<int>(level), 1, 4) - 1]);
+  return text.data();
 }
 
-void show(VEXA::VEXALogLevel level, std::string text) {
-  while (!text.empty() && text.back() == '\n')
-    text.pop_back();
-  constexpr char kLetters[] = "EWIT";
-  const char letter = kLetters[std::clamp(static_cast<int>(level), 1, 4) - 1];
-  const std::string line = std::string(1, letter) + ' ' + zrhost::terminalText(text) + '\n';
+// One call, so that lines of several threads do not mix.
+void show(VEXA::VEXALogLevel level, const std::string& text) {
+  constexpr char kOverProgressBar[] = "\r\033[K";
+  const std::string start = isatty(STDERR_FILENO) == 1 ? kOverProgressBar : "";
+  const std::string line = start + head(level) + zrhost::terminalText(zrhost::shownLogLine(text)) + '\n';
   [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
 }
 
@@ -54,10 +60,9 @@ void VEXA::Log::LogByLevel(VEXALogLevel level, const char* format, ...) {
   std::va_list args;
   va_start(args, format);
   try {
-    std::string text = formatted(format, args);
-    maskPassword(text);
+    const std::string text = formatted(format, args);
     if (level == VEXA_LOG_ERROR) zrhost::noteLibraryError(text.c_str());
-    if (static_cast<int>(level) <= g_shownLevel) show(level, std::move(text));
+    if (static_cast<int>(level) <= g_shownLevel) show(level, text);
   } catch (...) {  // no memory for a log line: the work itself goes on
   }
   va_end(args);

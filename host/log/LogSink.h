@@ -2,9 +2,12 @@
 
 namespace zrhost {
 
-// The programs' log sink (VEXA::Log::LogByLevel) takes what the library logs: lines up to this level (0: none, 1:
-// errors, ... 4: every step) go to standard error, and the errors are kept for the line that a failure prints
-// (host/log/LibraryErrors.h), whatever the level. What follows "m_pass=" in a line is never shown.
+// The programs' log sink (VEXA::Log::LogByLevel) takes what library and programs log: lines up to this level (0: none,
+// 1: errors, 2: warnings, 3: what is done, 4: every step) go to standard error as
+//   0.012 I text
+// the seconds since the program started, the first letter of ERROR, WARNING, INFO or TRACE, and the text as shownLogLine
+// (host/log/log_line.h) makes it. Errors are kept for the line that a failure prints (host/log/LibraryErrors.h),
+// whatever the level. Any thread may log.
 void setLogLevel(int level);
 
 }  // namespace zrhost

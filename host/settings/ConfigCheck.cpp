@@ -23,7 +23,7 @@ class Checker {
       if (m_lines[i].fault[0] != '\0') find(m_lines[i], sentence(m_lines[i]));
       if (m_lines[i].kind == LineKind::kSetting) checkSetting(i);
     }
-    checkDatabase();
+    checkRivals();
     std::ranges::stable_sort(m_findings, {}, &ConfigFinding::line);
     return std::move(m_findings);
   }
@@ -83,21 +83,22 @@ class Checker {
   void checkValue(const ConfigLine& line, const ConfigEntry& entry) {
     const SettingDefinition* setting = findSetting(line.section, line.name);
     if (setting == nullptr) return;
-    std::string_view value = m_text.substr(line.valueBegin, line.textEnd - line.valueBegin);
+    const std::string_view value = m_text.substr(line.valueBegin, line.textEnd - line.valueBegin);
     // No number goes over several lines: the text with its backslash is as wrong as the value.
-    if (const auto fault = settingValueFault(*setting, value)) find(line, *fault);
-    const bool isEmpty = value.empty() && entry.first == entry.last;
-    m_holds[line.name] = isEmpty ? nullptr : &line;
+    Options unused;
+    if (const auto fault = setting->store(value, unused)) find(line, *fault);
+    m_holds[setting] = setting->isSetBy(value) || entry.first != entry.last ? &line : nullptr;
   }
 
-  void checkDatabase() {
-    const ConfigLine* file = m_holds["file"];
-    const ConfigLine* dsn = m_holds["dsn"];
-    if (file == nullptr || dsn == nullptr) return;
-    const bool fileIsLater = dsn->begin < file->begin;
-    find(fileIsLater ? *file : *dsn, "[database] file and dsn are both set, the other one in line " +
-                                         std::to_string(fileIsLater ? dsn->number : file->number) +
-                                         "; give one of them");
+  // Of two settings that exclude one another the later one is what is wrong.
+  void checkRivals() {
+    for (const auto& [setting, line] : m_holds) {
+      const auto other = m_holds.find(setting->rival());
+      if (line == nullptr || other == m_holds.end() || other->second == nullptr) continue;
+      if (line->begin < other->second->begin) continue;
+      const std::string rival = std::string(setting->notWith) + " (line " + std::to_string(other->second->number) + ")";
+      find(*line, bothSetFault(setting->title(), rival));
+    }
   }
 
   const std::string_view m_text;
@@ -105,7 +106,7 @@ class Checker {
   std::vector<ConfigFinding> m_findings;
   std::map<Place, std::size_t> m_seen;
   std::set<std::string_view> m_unknownSections;
-  std::map<std::string_view, const ConfigLine*> m_holds;  // the known names: none stands in two sections
+  std::map<const SettingDefinition*, const ConfigLine*> m_holds;  // the line that sets it; null for an empty text
 };
 
 }  // namespace

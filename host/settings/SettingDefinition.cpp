@@ -1,75 +1,130 @@
 #include "host/settings/SettingDefinition.h"
 
 #include <algorithm>
-#include <charconv>
-#include <numeric>
-#include <utility>
-#include <vector>
 
+#include "host/base/strict_number.h"
 #include "host/base/terminal_text.h"
+#include "host/settings/nearest_word.h"
+#include "host/settings/password_file.h"
 
 namespace zrhost {
 
 namespace {
 
-constexpr SettingDefinition text(const char* section, const char* name, const char* help) {
-  return {section, name, SettingKind::kText, 0, 0, nullptr, help};
+// The kinds with the member of Options that they fill: a member of another type does not compile.
+template <auto section, auto member>
+constexpr TextKind text() {
+  return {[](Options& options) -> std::string& { return options.*section.*member; }};
 }
 
-constexpr SettingDefinition number(const char* section, const char* name, int minimum, int maximum,
-                                   const char* defaultValue, const char* help) {
-  return {section, name, SettingKind::kNumber, minimum, maximum, defaultValue, help};
+template <auto section, auto member>
+constexpr NumberKind number(int minimum, int maximum) {
+  return {[](Options& options) -> int& { return options.*section.*member; }, minimum, maximum};
 }
+
+constexpr char kSource[] = "Data source";
+constexpr char kConnection[] = "Connection";
+constexpr char kGeneral[] = "General";
+
+constexpr auto kDatabase = &Options::database;
 
 constexpr SettingDefinition kDefinitions[] = {
-    text("database", "file", "The SQLite file with the policy database. Not together with dsn."),
-    text("database", "dsn", "The ODBC data source of the policy database. Not together with file."),
-    text("database", "user", "The user that connects to the data source."),
-    text("database", "password_file", "A file with the user's password, which nobody else may read."),
-    number("database", "pool_size", 1, 1024, "1", "How many connections are kept open."),
-    number("database", "connect_timeout", 1, 3600, "5", "Seconds that one attempt to connect may take."),
-    number("database", "retry_wait", 0, 3600, "1", "Seconds to wait after an attempt that failed."),
-    number("database", "retries", 1, 1000, "1", "How many attempts to connect are made."),
-    text("sql", "directory", "The folder of the SQL statements, if not the one installed with the program."),
-    number("log", "level", 0, 4, "0", "What is logged: 0 nothing, 1 errors, up to 4 every step."),
+    {"database",
+     "file",
+     text<kDatabase, &DatabaseSection::file>(),
+     "The SQLite file with the policy database. Not together with dsn.",
+     {"--database", "FILE", kSource},
+     "dsn"},
+    {"database",
+     "dsn",
+     text<kDatabase, &DatabaseSection::dsn>(),
+     "The ODBC data source of the policy database. Not together with file.",
+     {"--dsn", "NAME", kSource},
+     "file"},
+    {"database",
+     "user",
+     text<kDatabase, &DatabaseSection::user>(),
+     "The user that connects to the data source.",
+     {"--db-user", "USER", kSource}},
+    {"database",
+     "password_file",
+     text<kDatabase, &DatabaseSection::passwordFile>(),
+     "A file with the user's password, which others may not read.",
+     {"--password-file", "FILE", kSource},
+     nullptr,
+     kPasswordVariable},
+    {"database",
+     "pool_size",
+     number<kDatabase, &DatabaseSection::poolSize>(1, 1024),
+     "How many connections are kept open.",
+     {"--pool-size", "NUMBER", kConnection}},
+    {"database",
+     "connect_timeout",
+     number<kDatabase, &DatabaseSection::connectTimeout>(1, 3600),
+     "Seconds that one attempt to connect may take.",
+     {"--connect-timeout", "SECONDS", kConnection}},
+    {"database",
+     "retry_wait",
+     number<kDatabase, &DatabaseSection::retryWait>(0, 3600),
+     "Seconds to wait after an attempt that failed.",
+     {"--retry-wait", "SECONDS", kConnection}},
+    {"database",
+     "retries",
+     number<kDatabase, &DatabaseSection::retries>(1, 1000),
+     "How many attempts to connect are made.",
+     {"--retries", "NUMBER", kConnection}},
+    {"sql",
+     "directory",
+     text<kDatabase, &DatabaseSection::sqlDirectory>(),
+     "The folder of the SQL statements, if not the one installed with the program.",
+     {"--sql-dir", "FOLDER", kGeneral}},
+    {"log",
+     "level",
+     number<&Options::log, &LogSection::level>(0, 4),
+     "What is logged: 0 nothing, 1 errors, 2 warnings, 3 what is done, 4 every step.",
+     {"--log-level", "LEVEL", kGeneral}},
 };
 
-char lower(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-// The least number of changed, added and dropped characters (Levenshtein), one row of the table at a time.
-std::size_t distance(std::string_view from, std::string_view to) {
-  std::vector<std::size_t> row(to.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < from.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i + 1);
-    for (std::size_t j = 0; j < to.size(); ++j) {
-      const std::size_t changed = diagonal + (lower(from[i]) == lower(to[j]) ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({changed, row[j] + 1, diagonal + 1});
-    }
-  }
-  return row.back();
-}
-
-// The nearest of the texts that `choose` takes from the definitions; it skips one by answering null.
-template <typename Choose>
-std::string_view nearest(std::string_view wanted, Choose choose) {
-  std::string_view best;
-  std::size_t least = static_cast<std::size_t>(-1);
-  for (const SettingDefinition& setting : kDefinitions) {
-    const char* candidate = choose(setting);
-    if (candidate == nullptr) continue;
-    const std::size_t changes = distance(wanted, candidate);
-    if (changes >= least) continue;
-    least = changes;
-    best = candidate;
-  }
-  return best;
-}
-
 }  // namespace
+
+std::optional<std::string> TextKind::store(std::string_view text, Options& options) const {
+  member(options) = text;
+  return std::nullopt;
+}
+
+std::optional<std::string> NumberKind::store(std::string_view text, Options& options) const {
+  const auto number = strictNumber(text, minimum, maximum);
+  if (!number) return "not a whole number from " + std::to_string(minimum) + " to " + std::to_string(maximum);
+  member(options) = static_cast<int>(*number);
+  return std::nullopt;
+}
+
+std::string NumberKind::limits() const {
+  return "From " + std::to_string(minimum) + " to " + std::to_string(maximum);
+}
+
+const SettingDefinition* SettingDefinition::rival() const {
+  return notWith == nullptr ? nullptr : findSetting(section, notWith);
+}
+
+std::string SettingDefinition::defaultText() const {
+  Options untouched;
+  return std::visit([&untouched](const auto& each) { return each.shown(untouched); }, kind);
+}
+
+std::string SettingDefinition::limits() const {
+  return std::visit([](const auto& each) { return each.limits(); }, kind);
+}
+
+bool SettingDefinition::isSetBy(std::string_view text) const {
+  return !text.empty() || std::visit([](const auto& each) { return each.kEmptyCounts; }, kind);
+}
+
+std::optional<std::string> SettingDefinition::store(std::string_view text, Options& options) const {
+  const auto fault = std::visit([&](const auto& each) { return each.store(text, options); }, kind);
+  if (!fault) return std::nullopt;
+  return title() + " = \"" + shortened(text) + "\": " + *fault;
+}
 
 std::span<const SettingDefinition> settingDefinitions() {
   return kDefinitions;
@@ -87,37 +142,22 @@ bool isKnownSection(std::string_view section) {
                              [&](const SettingDefinition& setting) { return section == setting.section; });
 }
 
-std::string_view nearestSection(std::string_view section) {
-  return nearest(section, [](const SettingDefinition& setting) { return setting.section; });
-}
-
-std::string_view nearestName(std::string_view section, std::string_view name) {
-  return nearest(name, [section](const SettingDefinition& setting) {
-    return section == setting.section ? setting.name : nullptr;
-  });
-}
-
 std::optional<std::string> unknownSettingFault(std::string_view section, std::string_view name) {
-  if (!isKnownSection(section)) {
-    return "unknown section [" + shortened(section) + "], did you mean [" + std::string(nearestSection(section)) + "]?";
-  }
   if (findSetting(section, name) != nullptr) return std::nullopt;
+  std::vector<std::string_view> sections, names;
+  for (const SettingDefinition& setting : kDefinitions) {
+    sections.emplace_back(setting.section);
+    if (section == setting.section) names.emplace_back(setting.name);
+  }
+  if (names.empty()) {
+    return "unknown section [" + shortened(section) + "], did you mean [" + nearestWord(section, sections) + "]?";
+  }
   return "unknown setting \"" + shortened(name) + "\" in [" + std::string(section) + "], did you mean \"" +
-         std::string(nearestName(section, name)) + "\"?";
+         nearestWord(name, names) + "\"?";
 }
 
-std::optional<int> settingNumber(const SettingDefinition& setting, std::string_view value) {
-  int number = 0;
-  const auto [end, fault] = std::from_chars(value.data(), value.data() + value.size(), number);
-  const bool whole = fault == std::errc() && end == value.data() + value.size();
-  if (!whole || number < setting.minimum || number > setting.maximum) return std::nullopt;
-  return number;
-}
-
-std::optional<std::string> settingValueFault(const SettingDefinition& setting, std::string_view value) {
-  if (setting.kind == SettingKind::kText || settingNumber(setting, value)) return std::nullopt;
-  return std::string("[") + setting.section + "] " + setting.name + " = \"" + shortened(value) +
-         "\": not a whole number from " + std::to_string(setting.minimum) + " to " + std::to_string(setting.maximum);
+std::string bothSetFault(const std::string& one, const std::string& other) {
+  return one + " and " + other + " are both set; give one of them";
 }
 
 }  // namespace zrhost

@@ -43,12 +43,11 @@ TEST_F(Config, ShowTellsWhereEachValueComesFromAndNoPassword) {
                            "database  file             file                           a.db\n"
                            "database  dsn              default                        (not set)\n"
                            "database  user             default                        (not set)\n"
-                           "database  password_file    default                        (not set)\n"
+                           "database  password_file    environment ZRPOLICY_PASSWORD  (hidden)\n"
                            "database  pool_size        option --pool-size             4\n"
                            "database  connect_timeout  default                        5\n"
                            "database  retry_wait       default                        1\n"
-                           "database  retries          file                           3\n"
-                           "database  (password)       environment ZRPOLICY_PASSWORD  (hidden)\n");
+                           "database  retries          file                           3\n");
   EXPECT_THAT(shown.err, HasSubstr("warning: " + m_path + ": unknown setting \"password\" in [database]"));
 }
 

@@ -1,25 +1,38 @@
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <map>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "common/temp_folder.h"
+#include "host/base/HostError.h"
 #include "host/settings/ConfigCheck.h"
 #include "host/settings/SettingDefinition.h"
 #include "host/settings/Settings.h"
+#include "host/settings/password_file.h"
 
 namespace {
 
 using testing::HasSubstr;
-using zrhost::ErrorKind;
 using zrhost::Settings;
-using zrhost::SettingSource;
 using zrhost::SettingsRequest;
 
 class SettingsFile : public testing::Test {
  protected:
-  void SetUp() override { unsetenv("ZRPOLICY_CONFIG"); }
+  SettingsFile() {
+    for (const char* variable : {"ZRPOLICY_CONFIG", "ZRPOLICY_PASSWORD"})
+      unsetenv(variable);
+  }
 
-  SettingsRequest request(const std::string& text) { return {m_folder.write("zr.conf", text), {}, {}}; }
+  SettingsRequest request(const std::string& text, const std::map<std::string, std::string>& options = {}) {
+    SettingsRequest request{m_folder.write("zr.conf", text), {}};
+    for (const auto& setting : zrhost::settingDefinitions()) {
+      const auto given = options.find(setting.option.name);
+      if (given != options.end()) request.given[&setting] = given->second;
+    }
+    return request;
+  }
 
   // "kind: text" of the failure, or nothing.
   static std::string failure(const SettingsRequest& request) {
@@ -35,30 +48,26 @@ class SettingsFile : public testing::Test {
 };
 
 TEST_F(SettingsFile, OptionsWinOverTheFileAndTheFileOverDefaults) {
-  SettingsRequest given = request("[database]\nfile = a.db\nretries = 3\nuser =\n[log]\nlevel = 2\n");
-  given.given = {{"log.level", "4"}, {"database.dsn", "main"}};
-  given.optionNames = {{"log.level", "--log-level"}};
-  const Settings settings(given);
-  EXPECT_EQ(settings.number("log", "level"), 4);
-  EXPECT_EQ(settings.get("log", "level").origin, "--log-level");
-  EXPECT_EQ(settings.number("database", "retries"), 3);
-  EXPECT_EQ(settings.get("database", "retries").source, SettingSource::kFile);
-  EXPECT_FALSE(settings.get("database", "user").isSet);
+  const std::string file = "[database]\nfile = a.db\nretries = 3\nuser =\n[log]\nlevel = 2\n";
+  const Settings settings(request(file, {{"--log-level", "4"}, {"--dsn", "main"}}));
+  EXPECT_EQ(settings.options().log.level, 4);
+  const zrhost::DatabaseOptions database = settings.database();
+  EXPECT_EQ(database.retries, 3);
+  EXPECT_EQ(database.connectTimeout, 5);
+  EXPECT_EQ(database.user, "");
   // A data source on the command line puts the file's database aside.
-  EXPECT_EQ(settings.text("database", "dsn"), "main");
-  EXPECT_FALSE(settings.get("database", "file").isSet);
+  EXPECT_EQ(database.dsn, "main");
+  EXPECT_EQ(database.file, "");
 }
 
 TEST_F(SettingsFile, TheFileIsFoundByOptionThenByEnvironment) {
   const std::string one = m_folder.write("1.conf", "[log]\nlevel=1"), two = m_folder.write("2.conf", "[log]\nlevel=2");
   setenv("ZRPOLICY_CONFIG", one.c_str(), 1);
-  EXPECT_EQ(Settings(SettingsRequest{}).number("log", "level"), 1);
-  EXPECT_EQ(Settings(SettingsRequest{}).file().source, SettingSource::kEnvironment);
-  EXPECT_EQ(Settings({two, {}, {}}).number("log", "level"), 2);
+  EXPECT_EQ(Settings({}).options().log.level, 1);
+  EXPECT_EQ(Settings({two, {}}).options().log.level, 2);
   setenv("ZRPOLICY_CONFIG", m_folder.file("none").c_str(), 1);
-  EXPECT_THAT(failure({}), HasSubstr("file: cannot read the settings file " + m_folder.file("none") +
-                                     " (from ZRPOLICY_CONFIG): No such"));
-  EXPECT_THAT(failure({m_folder.path().string(), {}, {}}), HasSubstr("(from --config): it is a folder"));
+  EXPECT_THAT(failure({}), HasSubstr("file: ZRPOLICY_CONFIG: cannot read " + m_folder.file("none") + ": No such"));
+  EXPECT_THAT(failure({m_folder.path().string(), {}}), HasSubstr("file: --config: cannot read"));
 }
 
 TEST_F(SettingsFile, BadValuesAreErrorsThatNameThem) {
@@ -79,9 +88,55 @@ TEST_F(SettingsFile, BadValuesAreErrorsThatNameThem) {
     EXPECT_THAT(failure(request(each.text)), HasSubstr("usage: " + m_folder.file("zr.conf") + ": " + each.error))
         << each.text;
   }
-  EXPECT_THAT(failure({"", {{"database.retries", "0"}}, {{"database.retries", "--retries"}}}),
-              HasSubstr("usage: --retries: [database] retries"));
-  EXPECT_THAT(failure({"", {{"database.file", "a"}, {"database.dsn", "b"}}, {}}), HasSubstr("are both set"));
+  EXPECT_THAT(failure(request("", {{"--retries", "0"}})), HasSubstr("usage: --retries: [database] retries"));
+  EXPECT_THAT(failure(request("", {{"--database", "a"}, {"--dsn", "b"}})),
+              HasSubstr("usage: --database and --dsn are both set"));
+  EXPECT_THROW(Settings(request("")).database(), zrhost::HostError) << "no database is named";
+}
+
+// Whom the file belongs to, who may read it, and what is to become of it.
+TEST_F(SettingsFile, PasswordFileIsReadWhereItsOwnerKeepsItFromOthers) {
+  const std::string path = m_folder.write("password", "geheim\r\nsecond line\n");
+  const uid_t self = geteuid(), other = 4321;
+  const struct {
+    uid_t owner;
+    mode_t mode;
+    const char* refusal;
+  } kCases[] = {
+      {self, 0600, ""},
+      {self, 0640, ""},
+      {self, 0644, "others may read or write it"},
+      {self, 0602, "others may read or write it"},
+      {self, 0660, "its group may write it"},
+      {other, 0600, ""},
+      {other, 0640, "its owner is neither you nor root"},
+  };
+  for (const auto& each : kCases) {
+    if (each.owner != self && self != 0) continue;  // only root gives files away, and only root reads them then
+    ASSERT_EQ(chown(path.c_str(), each.owner, static_cast<gid_t>(-1)), 0);
+    ASSERT_EQ(chmod(path.c_str(), each.mode), 0);
+    try {
+      EXPECT_EQ(zrhost::readPasswordFile(path), "geheim");
+      EXPECT_STREQ(each.refusal, "") << each.mode;
+    } catch (const zrhost::HostError& error) {
+      EXPECT_THAT(error.what(), testing::AllOf(HasSubstr("password file " + path + ": "), HasSubstr(each.refusal)));
+      EXPECT_STRNE(each.refusal, "") << error.what();
+    }
+  }
+  const std::string bad[] = {m_folder.file("none"), m_folder.path().string()};
+  for (const std::string& each : bad)
+    EXPECT_THROW(zrhost::readPasswordFile(each), zrhost::HostError) << each;
+}
+
+TEST_F(SettingsFile, PasswordComesFromOptionThenEnvironmentThenFile) {
+  const std::string path = m_folder.write("password", "of the file");
+  ASSERT_EQ(chmod(path.c_str(), 0600), 0);
+  const std::string file = "[database]\ndsn = main\npassword_file = " + path + "\n";
+  EXPECT_EQ(Settings(request(file)).database().password, "of the file");
+  setenv("ZRPOLICY_PASSWORD", "of the environment", 1);
+  EXPECT_EQ(Settings(request(file)).database().password, "of the environment");
+  EXPECT_EQ(Settings(request(file, {{"--password-file", path}})).database().password, "of the file");
+  EXPECT_EQ(Settings(request(file, {{"--database", "a.db"}})).database().password, "") << "SQLite has none";
 }
 
 TEST_F(SettingsFile, UnknownNamesGetAWarningWithTheNearestKnownOne) {
@@ -115,7 +170,7 @@ TEST_F(SettingsFile, CheckFindsWhatWasProbablyNotMeant) {
         "5: [database] password_file ends in blanks"}},
       {"[database]\nfile = a\\\n  b #c\n\ndsn = d\nfile = e\\\n",
        {"3: [database] file holds the #", "6: [database] file is set again", "6: [database] file ends in a backslash",
-        "6: [database] file and dsn are both set, the other one in line 5"}},
+        "6: [database] file and dsn (line 5) are both set"}},
       {"[dtabase]\nfile=1\ndsn=2\n[log]\nLevel=1",
        {"2: unknown section [dtabase]", "5: unknown setting \"Level\" in [log]"}},
       {std::string("[log]\nlevel = 1\0\n", 16), {"2: the line holds a zero byte"}},
@@ -132,22 +187,18 @@ TEST_F(SettingsFile, CheckFindsWhatWasProbablyNotMeant) {
   EXPECT_THROW(zrhost::checkConfigFile(m_folder.path().string()), zrhost::HostError);
 }
 
-TEST_F(SettingsFile, SampleAndManualPageShowEverySettingWithRangeAndDefault) {
+TEST_F(SettingsFile, SampleAndManualPageShowEverySettingWithLimitsAndDefault) {
   const std::string sample = zrtest::readFile(ZR_SOURCE_FOLDER "/packaging/zrpolicy.conf");
   const std::string manual = zrtest::readFile(ZR_SOURCE_FOLDER "/docs/man/zrpolicy.conf.5");
   EXPECT_TRUE(zrhost::checkConfigText(sample).empty());
   for (const auto& setting : zrhost::settingDefinitions()) {
-    const bool isNumber = setting.kind == zrhost::SettingKind::kNumber;
-    const std::string range = "From " + std::to_string(setting.minimum) + " to " + std::to_string(setting.maximum);
-    const std::string name = setting.name, value = isNumber ? setting.defaultValue : "";
-    EXPECT_THAT(sample, HasSubstr(std::string("# ") + setting.help + (isNumber ? " " + range + "." : "") + "\n#" +
-                                  name + " = " + value));
-    const std::size_t item =
-        manual.find(".It Cm " + name + "\n", manual.find(std::string(".Ss [") + setting.section + "]\n"));
-    ASSERT_NE(item, std::string::npos) << name;
-    const std::string limits = isNumber ? range + ", default " + value + ".\n" : "";
-    EXPECT_THAT(manual.substr(item),
-                testing::StartsWith(".It Cm " + name + "\n" + (isNumber ? setting.help + ("\n" + limits) : "")));
+    const std::string help = setting.help, limits = setting.limits(), byDefault = setting.defaultText();
+    EXPECT_THAT(sample, HasSubstr("# " + help + (limits.empty() ? "" : " " + limits + ".") + "\n#" + setting.name +
+                                  " = " + byDefault));
+    const std::string item = std::string(".It Cm ") + setting.name + "\n";
+    const std::size_t section = manual.find(".Ss [" + std::string(setting.section) + "]\n");
+    EXPECT_THAT(manual.substr(manual.find(item, section)),
+                testing::StartsWith(item + (limits.empty() ? "" : help + "\n" + limits + ", default " + byDefault)));
   }
 }
 
