@@ -13,7 +13,7 @@
 
 #include "bench/bench_run.h"
 #include "host/database/PolicyDatabase.h"
-#include "host/load/CacheLoader.h"
+#include "host/load/Snapshot.h"
 
 namespace {
 
@@ -82,9 +82,8 @@ void loadLinks(benchmark::State& state) {
     reading += zrbench::secondsFor([&] { database.read(counted); });
     forgetPeak();
     const double before = memory("VmRSS");
-    std::unique_ptr<ZrPolicyCache> cache;
-    zrhost::LoadReport report;
-    loading += zrbench::secondsFor([&] { cache = zrhost::loadCache(database, {}, report); });
+    std::shared_ptr<const zrhost::Snapshot> snapshot;
+    loading += zrbench::secondsFor([&] { snapshot = zrhost::Snapshot::load(database); });
     peakRatio = (memory("VmHWM") - before) / (memory("VmRSS") - before);
   }
   state.counters["rows"] = static_cast<double>(counted.rows) / static_cast<double>(state.iterations());

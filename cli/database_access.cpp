@@ -15,12 +15,10 @@ zrhost::DatabaseOptions databaseOptions(const CommandContext& context) {
   return options;
 }
 
-LoadedCache loadPolicies(const CommandContext& context, zrhost::LoadOptions options) {
+std::shared_ptr<const zrhost::Snapshot> loadPolicies(const CommandContext& context, zrhost::LoadOptions options) {
   options.strict = context.strict;
   zrhost::PolicyDatabase database(databaseOptions(context));
-  LoadedCache loaded;
-  loaded.cache = zrhost::loadCache(database, options, loaded.report);
-  return loaded;
+  return zrhost::Snapshot::load(database, options);
 }
 
 }  // namespace zrcli

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 
 #include "cli/command_context.h"
 #include "host/database/PolicyDatabase.h"
-#include "host/load/CacheLoader.h"
+#include "host/load/Snapshot.h"
 
 namespace zrcli {
 
@@ -13,13 +12,7 @@ namespace zrcli {
 // effect here. Unknown names in the file are warned of on standard error. Throws HostError.
 zrhost::DatabaseOptions databaseOptions(const CommandContext& context);
 
-// A loaded cache and what the load did.
-struct LoadedCache {
-  zrhost::LoadReport report;
-  std::unique_ptr<ZrPolicyCache> cache;
-};
-
 // Loads the policy database of the command line; throws HostError.
-LoadedCache loadPolicies(const CommandContext& context, zrhost::LoadOptions options);
+std::shared_ptr<const zrhost::Snapshot> loadPolicies(const CommandContext& context, zrhost::LoadOptions options);
 
 }  // namespace zrcli

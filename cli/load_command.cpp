@@ -10,6 +10,7 @@
 #include "cli/progress_bar.h"
 #include "cli/standard_streams.h"
 #include "host/ask/Answer.h"
+#include "host/format/TextTable.h"
 
 namespace zrcli {
 
@@ -17,7 +18,8 @@ namespace {
 
 constexpr char kDescription[] =
     "Load the policy database and report.\n"
-    "Loads the policies, rules and links as a server would, and says how many of each there are, how many rows were "
+    "Loads the policies, rules, links and members of groups as a server would, and says how many of each there are, "
+    "how many rows were "
     "left out, how long it took and how much memory the loaded process has. Each row that is left out is reported on "
     "standard error with its table, its key and the reason. On a terminal a progress bar shows that rows are coming.\n";
 
@@ -27,11 +29,6 @@ constexpr char kFooter[] =
     "        What a policy database holds, and which of its rows are unusable.\n"
     "    zrpolicy load --database sample.db --strict\n"
     "        Whether all of them are usable, by the exit status.\n";
-
-std::string line(const std::string& name, const std::string& value) {
-  constexpr std::size_t kNameWidth = 18;
-  return name + std::string(kNameWidth - name.size(), ' ') + value + '\n';
-}
 
 std::string decimal(double value) {
   std::array<char, 64> text{};
@@ -51,15 +48,21 @@ std::string residentMemory() {
 }
 
 std::string reportText(const zrhost::LoadReport& report, double seconds) {
-  std::string text = line("revision", std::to_string(report.revision.revision)) +
-                     line("policies", std::to_string(report.policies)) + line("rules", std::to_string(report.rules)) +
-                     line("links", std::to_string(report.links()));
+  zrhost::TextTable table({{""}, {""}});
+  const auto add = [&table](const std::string& name, std::uint64_t count) { table.add({name, std::to_string(count)}); };
+  table.add({"revision", std::to_string(report.revision.revision)});
+  add("policies", report.policies);
+  add("rules", report.rules);
+  add("links", report.links());
   for (std::size_t type = ZrPolicyCache::USER; type < report.linksByType.size(); ++type) {
-    text += line(std::string("  ") + zrhost::entityTypeName(static_cast<ZrPolicyCache::EntityType>(type)),
-                 std::to_string(report.linksByType[type]));
+    add(std::string("  ") + zrhost::entityTypeName(static_cast<ZrPolicyCache::EntityType>(type)),
+        report.linksByType[type]);
   }
-  return text + line("refused rows", std::to_string(report.refused)) + line("seconds", decimal(seconds)) +
-         line("resident memory", residentMemory());
+  add("members", report.members);
+  add("refused rows", report.refused);
+  table.add({"seconds", decimal(seconds)});
+  table.add({"resident memory", residentMemory()});
+  return table.text();
 }
 
 int load(const CommandContext& context) {
@@ -71,11 +74,11 @@ int load(const CommandContext& context) {
   };
   options.onProgress = [&bar](std::uint64_t rows) { bar.show(rows); };
   const auto start = std::chrono::steady_clock::now();
-  const LoadedCache loaded = loadPolicies(context, options);
+  const auto snapshot = loadPolicies(context, options);
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
   bar.clear();
   StandardOutput output;
-  output.write(reportText(loaded.report, elapsed.count()));
+  output.write(reportText(snapshot->report(), elapsed.count()));
   output.close();
   return 0;
 }

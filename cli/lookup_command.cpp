@@ -6,11 +6,8 @@
 
 #include "cli/common_options.h"
 #include "cli/database_access.h"
-#include "cli/lookup_batch.h"
+#include "cli/lookup_answer.h"
 #include "cli/standard_streams.h"
-#include "host/ask/Answer.h"
-#include "host/format/AnswerJson.h"
-#include "host/format/AnswerTable.h"
 
 namespace zrcli {
 
@@ -23,9 +20,13 @@ constexpr char kDescription[] =
     "A policy without a rule of kind 247 never applies.\n"
     "\n"
     "Names of users, groups and other keys are looked up in lower case (POP3_Mail_Sender excepted), host names in "
-    "upper case; only the letters A to Z change. The table shows control characters as escapes and the rows are "
-    "aligned; for programs there is "
-    "--json.\n"
+    "upper case; only the letters A to Z change. The table shows control characters as escapes; on a terminal it is "
+    "fitted to the width (that of "
+    "COLUMNS, when it is set), long texts ending in \xe2\x80\xa6. For programs there is --json.\n"
+    "\n"
+    "With --with-groups, the groups of all users of a question are asked directly behind the last user, in ascending "
+    "order of their bytes, each once. A user's name is compared in lower case with the members that the policy "
+    "database holds, whose names stand for themselves.\n"
     "\n"
     "With --stdin, each line of standard input is a question: \"user NAME\", \"group NAME\", \"host NAME\", \"ip "
     "ADDRESS\", \"other KEY\", \"default\" or \"all\", or several of these separated by tabs. The key is everything "
@@ -46,13 +47,14 @@ constexpr char kFooter[] =
     "    zrpolicy lookup --database sample.db --ip 10.0.0.7 --top\n"
     "        The best policy for an address, or for a range that holds it.\n"
     "    zrpolicy lookup --database sample.db --stdin < questions\n"
-    "        Many questions, one load.\n";
+    "        Many questions, one load.\n"
+    "    zrpolicy lookup --database sample.db --user john@example.org --with-groups\n"
+    "        What applies to a user and to the groups that the user is in.\n";
 
-struct LookupOptions {
+struct Lookup {
   zrhost::Question question;
-  bool json = false;
-  bool top = false;
   bool fromStandardInput = false;
+  LookupOptions options;
 };
 
 // Rows that cannot be used do not stop a lookup, but its answer may lack what they say.
@@ -62,40 +64,39 @@ void warnOfRefusedRows(const zrhost::LoadReport& report, const std::string& firs
              first + "; see all with zrpolicy load");
 }
 
-LoadedCache loadForLookup(const CommandContext& context) {
+// Without its members a user's answer may lack what the groups would add.
+void warnOfMissingMembers(const zrhost::Revision& revision) {
+  constexpr int kFirstWithMembers = 2;
+  if (revision.schemaVersion >= kFirstWithMembers) return;
+  printError("warning: a policy database of version " + std::to_string(revision.schemaVersion) +
+             " knows no members of groups; see zrpolicy init --upgrade");
+}
+
+std::shared_ptr<const zrhost::Snapshot> loadForLookup(const CommandContext& context, bool withGroups) {
   std::string first;
   zrhost::LoadOptions options;
   options.onRefused = [&first](const zrhost::RefusedRow& row) {
     if (first.empty()) first = row.text();
   };
-  LoadedCache loaded = loadPolicies(context, options);
-  warnOfRefusedRows(loaded.report, first);
-  return loaded;
+  auto snapshot = loadPolicies(context, options);
+  warnOfRefusedRows(snapshot->report(), first);
+  if (withGroups) warnOfMissingMembers(snapshot->report().revision);
+  return snapshot;
 }
 
-int answerOne(const LoadedCache& loaded, const LookupOptions& options) {
-  zrhost::Answer answer = zrhost::ask(*loaded.cache, options.question);
-  if (options.top && !answer.empty()) answer.resize(1);
-  StandardOutput output;
-  output.write(options.json
-                   ? zrhost::answerJson(answer, loaded.cache->m_generation, loaded.report.revision.revision) + '\n'
-                   : zrhost::answerTable(answer));
-  output.close();
-  return answer.empty() ? 1 : 0;
-}
-
-int lookup(const CommandContext& context, const LookupOptions& options) {
-  if (options.question.empty() && !options.fromStandardInput) {
+int lookup(const CommandContext& context, const Lookup& lookup) {
+  if (lookup.question.empty() && !lookup.fromStandardInput) {
     throw zrhost::HostError(zrhost::ErrorKind::kUsage,
                             "lookup: nothing is asked; give --user, --group, --host, --ip, --other, --default, --all "
                             "or --stdin");
   }
-  if (!options.question.empty() && options.fromStandardInput) {
+  if (!lookup.question.empty() && lookup.fromStandardInput) {
     throw zrhost::HostError(zrhost::ErrorKind::kUsage,
                             "lookup: --stdin takes its questions from standard input; give no other question with it");
   }
-  const LoadedCache loaded = loadForLookup(context);
-  return options.fromStandardInput ? answerBatch(loaded, options.top) : answerOne(loaded, options);
+  const auto snapshot = loadForLookup(context, lookup.options.withGroups);
+  return lookup.fromStandardInput ? answerBatch(*snapshot, lookup.options)
+                                  : answerOne(*snapshot, lookup.question, lookup.options);
 }
 
 // The parts of the question in the order in which they stand on the command line, across the options.
@@ -135,11 +136,18 @@ void addQuestionOptions(CLI::App& command) {
   command.add_flag("--all")->description("The policies of all users, groups and other keys.")->group(kGroup);
 }
 
-void addOutputOptions(CLI::App& command, LookupOptions& options) {
-  command.add_flag("--stdin", options.fromStandardInput, "Answer the questions of standard input, one for each line.")
-      ->group("Questions");
-  command.add_flag("--top", options.top, "Only the first result.")->group("Output");
-  command.add_flag("--json", options.json, "One JSON document instead of a table.")->group("Output");
+void addFlags(CLI::App& command, Lookup& lookup) {
+  constexpr char kQuestions[] = "Questions";
+  constexpr char kOutput[] = "Output";
+  const auto add = [&command](const char* name, bool& flag, const char* help, const char* group) {
+    command.add_flag(name, flag, help)->group(group);
+  };
+  add("--with-groups", lookup.options.withGroups,
+      "Also the policies of the groups that the users are in, behind those of the last user.", kQuestions);
+  add("--stdin", lookup.fromStandardInput, "Answer the questions of standard input, one for each line.", kQuestions);
+  add("--top", lookup.options.top, "Only the first result.", kOutput);
+  add("--json", lookup.options.json, "One JSON document instead of a table.", kOutput);
+  add("--wide", lookup.options.wide, "The whole table, also where it is wider than the terminal.", kOutput);
 }
 
 }  // namespace
@@ -147,15 +155,15 @@ void addOutputOptions(CLI::App& command, LookupOptions& options) {
 void addLookupCommand(CLI::App& program, CommandContext& context) {
   CLI::App* command = program.add_subcommand("lookup", kDescription);
   command->footer(kFooter);
-  const auto options = std::make_shared<LookupOptions>();
+  const auto asked = std::make_shared<Lookup>();
   addQuestionOptions(*command);
-  addOutputOptions(*command, *options);
+  addFlags(*command, *asked);
   addSettingOptions(*command, context);
   addStrictOption(*command, context);
-  command->callback([&context, command, options] {
-    context.run = [&context, command, options] {
-      options->question = questionOf(*command);
-      return lookup(context, *options);
+  command->callback([&context, command, asked] {
+    context.run = [&context, command, asked] {
+      asked->question = questionOf(*command);
+      return lookup(context, *asked);
     };
   });
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/ask/Question.h"
+#include "host/load/Snapshot.h"
 #include "policy/ZrPolicyCache.h"
 
 namespace zrhost {
@@ -36,12 +37,13 @@ using Answer = std::vector<AnswerResult>;
 // The name of an entity type ("USER", "IP_RANGE"), as g_rule_entity has it; "?" for a number that is no entity type.
 const char* entityTypeName(ZrPolicyCache::EntityType type);
 
-// Asks a loaded cache. The first link found for a policy is the one that is answered, so the order of the parts counts.
-// Rules that are no SqlRule have an empty action.
+// Asks a snapshot. The first link found for a policy is the one that is answered, so the order of the parts counts. The
+// groups of the question's users (kGroups) are asked in ascending order of their names' bytes, each once. Rules that
+// are no SqlRule have an empty action. Traces each part as it is searched, with the number of results that it gave.
 //
-// Threads: any number at once on one cache, while nothing changes it.
+// Threads: any number at once on one snapshot.
 // Throws what the lookups throw (texts, taken as const char*) and std::bad_alloc. A question of makeQuestionPart or
 // parseQuestion fails for want of memory only.
-Answer ask(ZrPolicyCache& cache, const Question& question);
+Answer ask(const Snapshot& snapshot, const Question& question);
 
 }  // namespace zrhost

@@ -42,6 +42,10 @@ QuestionPart parsePart(std::string_view text) {
 
 }  // namespace
 
+bool isUser(const QuestionPart& part) {
+  return part.kind == QuestionPart::Kind::kEntity && part.entityType == ZrPolicyCache::USER;
+}
+
 QuestionPart makeQuestionPart(const QuestionWord& word, std::string_view key) {
   const std::string name = word.word;
   if (key.empty()) refuse(name + " needs a key that is not empty");
@@ -59,6 +63,14 @@ Question parseQuestion(std::string_view line) {
     const std::size_t end = std::min(line.find('\t', start), line.size());
     question.push_back(parsePart(line.substr(start, end - start)));
     start = end + 1;
+  }
+  return question;
+}
+
+Question withGroups(Question question) {
+  const auto lastUser = std::find_if(question.rbegin(), question.rend(), isUser);
+  if (lastUser != question.rend()) {
+    question.insert(lastUser.base(), {QuestionPart::Kind::kGroups, ZrPolicyCache::GROUP, {}});
   }
   return question;
 }

@@ -13,6 +13,7 @@ struct QuestionPart {
   enum class Kind {
     kEntity,   // the links of `entityType` whose key is `key`
     kAddress,  // the links of the single address `key`, then those of the ranges that hold it
+    kGroups,   // the links of the groups that the users of the question are in; see withGroups
     kDefault,  // the default policy
     kAll,      // every user, group and other link
   };
@@ -21,6 +22,9 @@ struct QuestionPart {
   ZrPolicyCache::EntityType entityType = ZrPolicyCache::USER;
   std::string key;
 };
+
+// Whether a part asks for a user.
+bool isUser(const QuestionPart& part);
 
 // What is asked in one go: the parts are looked up in this order, and each policy is answered once.
 using Question = std::vector<QuestionPart>;
@@ -53,5 +57,9 @@ QuestionPart makeQuestionPart(const QuestionWord& word, std::string_view key);
 //
 // Throws HostError kUsage that says which part is none and why.
 Question parseQuestion(std::string_view line);
+
+// The question with the groups of its users asked too: a part kGroups directly behind the last user. Without a user the
+// question is as it was.
+Question withGroups(Question question);
 
 }  // namespace zrhost

@@ -101,4 +101,16 @@ std::size_t displayWidth(std::string_view text) {
   return columns;
 }
 
+std::string cutToWidth(std::string_view text, std::size_t columns) {
+  if (displayWidth(text) <= columns) return std::string(text);
+  std::size_t end = 0;
+  for (std::size_t at = 0, taken = 1; at < text.size(); end = at) {
+    const std::size_t start = at;
+    nextCodePoint(text, at);
+    taken += displayWidth(text.substr(start, at - start));
+    if (taken > columns) break;
+  }
+  return std::string(text.substr(0, end)) + "\xe2\x80\xa6";
+}
+
 }  // namespace zrhost

@@ -26,4 +26,7 @@ std::string oneLine(std::string text);
 // for combining ones, 1 for all others.
 std::size_t displayWidth(std::string_view text);
 
+// A text that terminalText made, on at most `columns` columns: when it takes more, its start with "…" behind it.
+std::string cutToWidth(std::string_view text, std::size_t columns);
+
 }  // namespace zrhost

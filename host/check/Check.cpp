@@ -10,7 +10,7 @@
 #include "host/check/link_check_internal.h"
 #include "host/check/name_check_internal.h"
 #include "host/check/policy_check_internal.h"
-#include "host/load/CacheLoader.h"
+#include "host/load/CacheSink.h"
 
 namespace zrhost {
 namespace {
@@ -80,10 +80,11 @@ struct CheckSink::Parts {
   const CheckOptions& options;
   FindingLog log;
   ZrPolicyCache cache;
+  GroupMembers members;
   LinkJudge judge;
   LoadOptions loading;
   LoadReport report;
-  CacheSink loader{cache, loading, report};
+  CacheSink loader{cache, members, loading, report};
   LinkCheck links;
   PolicyCheck policies;
   std::optional<std::string> refusal;

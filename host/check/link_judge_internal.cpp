@@ -19,7 +19,7 @@ FiledLink onlyLink(const ZrPolicyCache& cache) {
   return {cache.m_mapIp.empty() ? cache.m_vecIpRange.front() : cache.m_mapIp.begin()->second, {}};
 }
 
-LinkJudge::LinkJudge() : m_sink(m_cache, m_options, m_report) {
+LinkJudge::LinkJudge() : m_sink(m_cache, m_members, m_options, m_report) {
   m_options.onRefused = [this](const RefusedRow& row) { m_reason = row.reason; };
   PolicyRow policy{kAnyId, "0", "", "0"};
   m_sink.onPolicy(policy);

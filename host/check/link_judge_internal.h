@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/load/CacheLoader.h"
+#include "host/load/CacheSink.h"
 #include "policy/ZrPolicyCache.h"
 
 namespace zrhost {
@@ -31,7 +31,8 @@ class LinkJudge {
   ZrPolicyCache& cache() { return m_cache; }
 
  private:
-  ZrPolicyCache m_cache;  // one policy, at most one link
+  ZrPolicyCache m_cache;   // one policy, at most one link
+  GroupMembers m_members;  // none
   std::string m_reason;
   LoadOptions m_options;
   LoadReport m_report;

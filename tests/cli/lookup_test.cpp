@@ -1,6 +1,9 @@
 #include <csignal>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 #include "cli/command.h"
 #include "common/temp_folder.h"
@@ -12,7 +15,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Not;
-using testing::StartsWith;
 using Words = std::vector<std::string>;
 
 // A database with the tables alone, and three policies of which one is the default.
@@ -55,6 +57,28 @@ TEST_F(LookupTest, TableShowsTheResultsBestFirst) {
             "        20          3     3  range   IP_RANGE     10.0.0.0 ~ 10.0.0.255  hold  hold\n"
             "2147483647          1     0  usual   DEFAULT      Default Policy         keep  keep\n");
   EXPECT_THAT(result.err, IsEmpty());
+}
+
+TEST_F(LookupTest, TableIsFittedToTheTerminalUnlessItIsWantedWhole) {
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  ASSERT_TRUE(grantpt(terminal) == 0 && unlockpt(terminal) == 0);
+  const winsize size{24, 72, 0, 0};
+  ASSERT_EQ(ioctl(terminal, TIOCSWINSZ, &size), 0);
+  const auto shown = [&](const char* columns, const Words& more) {
+    CommandSetup setup{{}, {}, ptsname(terminal), {}};
+    if (*columns != '\0') setup.environment["COLUMNS"] = columns;
+    Words words = {"--user", "john@example.org", "--ip", "10.0.0.7"};
+    words.insert(words.end(), more.begin(), more.end());
+    EXPECT_EQ(lookup(words, setup).status, 0);
+    std::string text(4096, '\0');
+    return text.substr(0, std::max<ssize_t>(read(terminal, text.data(), text.size()), 0));
+  };
+  constexpr char kWhole[] = "range   IP_RANGE     10.0.0.0 ~ 10.0.0.255  hold  hold\r\n";
+  EXPECT_THAT(shown("", {}), HasSubstr("range   IP_RANGE     10.0.0.0 \xe2\x80\xa6  hold  hold\r\n"));
+  EXPECT_THAT(shown("60", {}), HasSubstr("20          3     3  ra\xe2\x80\xa6"));
+  EXPECT_THAT(shown("200", {}), HasSubstr(kWhole));
+  EXPECT_THAT(shown("many", {"--wide"}), HasSubstr(kWhole));
+  close(terminal);
 }
 
 TEST_F(LookupTest, OrderOfTheOptionsCountsAcrossTheirKinds) {
@@ -114,7 +138,8 @@ TEST_F(LookupTest, MissingStandardInputIsAnError) {
 TEST_F(LookupTest, LogLevelShowsTheStepsAndNoPassword) {
   CommandSetup setup;
   setup.environment["ZRPOLICY_PASSWORD"] = "hush-hush";
-  EXPECT_THAT(lookup({"--all", "--log-level", "4"}, setup).err, HasSubstr("T ZrPolicyCache::lookupAllPolicy() ..."));
+  EXPECT_THAT(lookup({"--all", "--log-level", "3"}, setup).err,
+              MatchesRegex("(I .*\n)*I loaded revision 9: 3 policies, 3 rules, 3 links, 0 members in [0-9]+ ms\n"));
   setup.environment["ODBCINI"] = m_folder.write("odbc.ini", "[plain]\nDriver=SQLite3\nDatabase=" + m_file + "\n");
   const CommandResult result = runCommand({"lookup", "--dsn", "plain", "--all", "--log-level", "4"}, setup);
   EXPECT_EQ(result.status, 0);
@@ -125,17 +150,11 @@ TEST_F(LookupTest, LogLevelShowsTheStepsAndNoPassword) {
 TEST_F(LookupTest, LoadCountsWhatThereIs) {
   const CommandResult result = runCommand({"load", "--database", m_file});
   EXPECT_EQ(result.status, 0);
-  EXPECT_THAT(result.out, MatchesRegex("revision +[0-9]+\npolicies +3\nrules +3\nlinks +3\n  USER +1\n  GROUP +0\n"
-                                       "  HOSTNAME +0\n  IP +1\n  IP_RANGE +1\n  OTHER +0\nrefused rows +0\n"
-                                       "seconds +[0-9.]+\nresident memory +[0-9.]+ MiB\n"));
+  EXPECT_THAT(result.out,
+              MatchesRegex("revision +[0-9]+\npolicies +3\nrules +3\nlinks +3\n  USER +1\n  GROUP +0\n"
+                           "  HOSTNAME +0\n  IP +1\n  IP_RANGE +1\n  OTHER +0\nmembers +0\nrefused rows +0\n"
+                           "seconds +[0-9.]+\nresident memory +[0-9.]+ MiB\n"));
   EXPECT_THAT(result.err, IsEmpty()) << "no progress bar where no terminal is";
-}
-
-TEST_F(LookupTest, InitRefusesTablesThatAreThereUnlessForced) {
-  expectRefusal(runCommand({"init", "--database", m_file}), 73, "--force");
-  const CommandResult forced = runCommand({"init", "--force", "--sample", "--database", m_file});
-  EXPECT_EQ(forced.status, 0);
-  EXPECT_THAT(forced.out, StartsWith("dropped tables with 10 rows\n"));
 }
 
 }  // namespace

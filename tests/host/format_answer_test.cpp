@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sstream>
 
 #include "host/base/terminal_text.h"
 #include "host/format/AnswerJson.h"
@@ -63,6 +64,22 @@ TEST(AnswerTable, LongTextIsShownWholeAndWidensItsOwnLineOnly) {
   const std::string table = answerTable({result(1, longName, "a"), result(2, "short", "b")});
   EXPECT_NE(table.find(longName), std::string::npos);
   EXPECT_LT(table.size(), longName.size() + 1000);
+}
+
+TEST(AnswerTable, IsFittedToATerminalByCuttingTextsButNoNumbers) {
+  const Answer answer = {result(2147483647, std::string(200, 'n'), "10.0.0.1 ~ 10.0.0.9"),
+                         result(-100, "\xe9\x83\xb5\xe4\xbb\xb6\xe9\x83\xb5\xe4\xbb\xb6", "\x1b[2Jo\xcc\x88")};
+  EXPECT_EQ(answerTable(answer, 72),
+            "  PRIORITY  POLICY ID  TYPE  NAME     ENTITY TYPE  ENTITY   RULE  ACTION\n"
+            "2147483647         42     3  nnnnnn\xe2\x80\xa6  IP_RANGE     10.0.0\xe2\x80\xa6  r     hold\n"
+            "      -100         42     3  \xe9\x83\xb5\xe4\xbb\xb6\xe9\x83\xb5\xe2\x80\xa6  IP_RANGE     "
+            "\\x1b[2\xe2\x80\xa6  r     hold\n");
+  for (const std::size_t width : {60U, 70U, 80U, 120U, 400U}) {
+    std::istringstream lines(answerTable(answer, width));
+    for (std::string line; std::getline(lines, line);)
+      EXPECT_LE(displayWidth(line), width) << line;
+  }
+  EXPECT_NE(answerTable(answer, 400).find(answer[0].policyName), std::string::npos);
 }
 
 TEST(AnswerJson, DocumentHasTheseMembersInThisOrder) {

@@ -70,9 +70,9 @@ void EveryDatabase::makeLooseTables() {
       "INSERT INTO policy VALUES ('1', '5', 'one', '0');");
 }
 
-std::unique_ptr<ZrPolicyCache> EveryDatabase::load(zrhost::LoadReport& report, zrhost::LoadOptions options) {
+std::shared_ptr<const zrhost::Snapshot> EveryDatabase::load(const zrhost::LoadOptions& options) {
   zrhost::PolicyDatabase database(place->options());
-  return zrhost::loadCache(database, options, report);
+  return zrhost::Snapshot::load(database, options);
 }
 
 }  // namespace zrtest

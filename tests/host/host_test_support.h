@@ -10,7 +10,7 @@
 #include "common/postgres_server.h"
 #include "common/temp_folder.h"
 #include "host/database/PolicyDatabase.h"
-#include "host/load/CacheLoader.h"
+#include "host/load/Snapshot.h"
 
 namespace zrtest {
 
@@ -37,7 +37,7 @@ class EveryDatabase : public testing::TestWithParam<const char*> {
   }
   // Four tables of the same names and columns without a rule of any kind.
   void makeLooseTables();
-  std::unique_ptr<ZrPolicyCache> load(zrhost::LoadReport& report, zrhost::LoadOptions options = {});
+  std::shared_ptr<const zrhost::Snapshot> load(const zrhost::LoadOptions& options = {});
 
   std::unique_ptr<Place> place;
 };

@@ -7,7 +7,6 @@
 
 using testing::HasSubstr;
 using zrhost::InitReport;
-using zrhost::LoadReport;
 using zrhost::PolicyDatabase;
 namespace fs = std::filesystem;
 
@@ -98,8 +97,7 @@ TEST_P(Init, SchemaThatThisProgramDoesNotKnowIsRefused) {
   place->run("CREATE TABLE other (n INTEGER);");
   for (const auto& [change, text] : schemas) {
     if (*change != '\0') place->run(change);
-    LoadReport report;
-    const Failure failure = failureOf([&] { load(report); });
+    const Failure failure = failureOf([&] { load(); });
     EXPECT_EQ(failure.kind, ErrorKind::kNotPolicyDatabase) << change;
     EXPECT_THAT(failure.text, HasSubstr(text));
     EXPECT_EQ(failure.text.find('\n'), std::string::npos);

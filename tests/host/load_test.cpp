@@ -4,9 +4,9 @@
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using zrhost::LoadOptions;
 using zrhost::LoadReport;
 using zrhost::RefusedRow;
+using zrhost::Snapshot;
 
 namespace zrtest {
 namespace {
@@ -14,10 +14,11 @@ namespace {
 class Load : public EveryDatabase {};
 INSTANTIATE_TEST_SUITE_P(, Load, testing::Values("SQLite", "PostgreSQL"), [](const auto& info) { return info.param; });
 
-TEST_P(Load, SampleIsCountedAndEachCacheHasAGenerationOfItsOwn) {
+TEST_P(Load, SampleIsCountedAndEachSnapshotHasAGenerationOfItsOwn) {
   init(true);
-  LoadReport report, again;
-  EXPECT_NE(load(report)->m_generation, load(again)->m_generation);
+  const auto snapshot = load();
+  EXPECT_NE(load()->generation(), snapshot->generation());
+  const LoadReport& report = snapshot->report();
   EXPECT_EQ(report.refused, 0u);
   EXPECT_EQ(report.policies, 22u);
   EXPECT_EQ(report.rules, 24u);
@@ -31,13 +32,12 @@ TEST_P(Load, LinksKeepTheOrderOfPriorityAndThenOfTheirIds) {
       "(1, 9, 2, 247, 'a', 0, '');"
       "INSERT INTO ep_link VALUES (10, 5, '1.1.1.1 ~ 1.1.1.2', 1, 5), (9, 5, '1.1.1.1 ~ 1.1.1.3', 1, 5),"
       "(11, 5, '1.1.1.1 ~ 1.1.1.4', 1, -3), (1, 5, '1.1.1.1 ~ 1.1.1.5', 1, 40);");
-  LoadReport report;
-  const auto cache = load(report);
+  const auto snapshot = load();
   std::vector<std::string> names;
-  for (const ZrEPLink* link : cache->m_vecIpRange)
+  for (const ZrEPLink* link : snapshot->cache().m_vecIpRange)
     names.push_back(link->m_entityName);
   EXPECT_THAT(names, ElementsAre("1.1.1.1 ~ 1.1.1.4", "1.1.1.1 ~ 1.1.1.3", "1.1.1.1 ~ 1.1.1.2", "1.1.1.1 ~ 1.1.1.5"));
-  EXPECT_STREQ(cache->m_mapPolicy.at(1)->m_vecRule.front()->getRuleName(), "a");
+  EXPECT_STREQ(snapshot->cache().m_mapPolicy.at(1)->m_vecRule.front()->getRuleName(), "a");
 }
 
 TEST_P(Load, TextsOfAnyLengthAndBytesComeBackWhole) {
@@ -45,12 +45,12 @@ TEST_P(Load, TextsOfAnyLengthAndBytesComeBackWhole) {
   const std::string name = std::string(200000, 'x') + "\xCE\xB1\xE4\xB8\xAD%s?''";
   place->run("INSERT INTO policy VALUES (1, 1, '" + name + "', 1); INSERT INTO policy VALUES (2, 1, '', 0);" +
              "INSERT INTO ep_link VALUES (1, 6, '" + name + "', 1, 1)");
-  LoadReport report;
-  const auto cache = load(report);
+  const auto snapshot = load();
+  const ZrPolicyCache& cache = snapshot->cache();
   const std::string expected = name.substr(0, name.size() - 1);
-  EXPECT_TRUE(cache->m_mapPolicy.at(1)->m_policyName == expected);
-  EXPECT_EQ(cache->m_mapPolicy.at(2)->m_policyName, "");
-  EXPECT_TRUE(cache->m_mapOther.begin()->first == expected);
+  EXPECT_TRUE(cache.m_mapPolicy.at(1)->m_policyName == expected);
+  EXPECT_EQ(cache.m_mapPolicy.at(2)->m_policyName, "");
+  EXPECT_TRUE(cache.m_mapOther.begin()->first == expected);
 }
 
 struct BadRow {
@@ -103,19 +103,42 @@ TEST_P(Load, RowsThatCannotBeUsedAreNamedAndTheRestLoads) {
       "INSERT INTO ep_link VALUES ('99', '1', '', '1', '1')");
   expected.push_back("policy_rule, policy_id 1, position 5: the policy has a rule at this position already");
   std::vector<std::string> refused;
-  LoadReport report;
-  const auto cache = load(report, {.onRefused = [&](const RefusedRow& row) { refused.push_back(row.text()); }});
+  const auto snapshot = load({.onRefused = [&](const RefusedRow& row) { refused.push_back(row.text()); }});
+  const LoadReport& report = snapshot->report();
   EXPECT_THAT(refused, testing::UnorderedElementsAreArray(expected));
   EXPECT_EQ(report.refused, expected.size());
   EXPECT_EQ(report.policies + report.rules + report.links(), 3u);
-  EXPECT_EQ(cache->m_mapUser.size(), 1u);
+  EXPECT_EQ(snapshot->cache().m_mapUser.size(), 1u);
   EXPECT_EQ(report.revision, (zrhost::Revision{"e", 7, 1}));
 
-  LoadReport strict;
-  const Failure failure = failureOf([&] { load(strict, {.strict = true}); });
+  refused.clear();
+  const Failure failure = failureOf(
+      [&] { load({.strict = true, .onRefused = [&](const RefusedRow& row) { refused.push_back(row.text()); }}); });
   EXPECT_EQ(failure.kind, ErrorKind::kBadRow);
   EXPECT_THAT(failure.text, HasSubstr("bad row in policy, policy_id "));
-  EXPECT_EQ(strict.refused, 1u);
+  EXPECT_EQ(refused.size(), 1u);
+}
+
+TEST(LoadPostgres, TextsOfADatabaseWithoutAnEncodingAreReadAsTheyStand) {
+  PostgresServer& server = PostgresServer::shared();
+  const std::string name = OdbcEntries::freshName();
+  server.run("postgres",
+             "CREATE DATABASE " + name + " ENCODING 'SQL_ASCII' TEMPLATE template0 LC_COLLATE 'C' LC_CTYPE 'C'");
+  for (const char* driver : {"PostgreSQL Unicode", "PostgreSQL ANSI"}) {
+    OdbcEntries entries;
+    zrhost::DatabaseOptions options;
+    options.dsn = OdbcEntries::freshName();
+    options.user = PostgresServer::kUser;
+    entries.addPostgres(options.dsn, server.socketFolder(), name, driver);
+    zrhost::PolicyDatabase::init(options, {false, true});
+    server.run(name,
+               "SET client_encoding = 'SQL_ASCII'; INSERT INTO policy VALUES (1, 1, E'J\\xf6rg', 0), (2, 1, "
+               "'J\xc3\xb6rg', 0)");
+    zrhost::PolicyDatabase database(options);
+    const auto snapshot = Snapshot::load(database);
+    EXPECT_EQ(snapshot->cache().m_mapPolicy.at(1)->m_policyName, "J\xf6rg") << driver;
+    EXPECT_EQ(snapshot->cache().m_mapPolicy.at(2)->m_policyName, "J\xc3\xb6rg") << driver;
+  }
 }
 
 }  // namespace

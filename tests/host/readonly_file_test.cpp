@@ -74,7 +74,7 @@ TEST_F(ReadOnlyFile, IsReadWhenItsLogIsEmptyAndElseSaysWhatItsWriterCanDo) {
     LoadReport report;
     const Failure failure = failureOf([&] {
       PolicyDatabase database(options);
-      loadCache(database, {}, report);
+      report = zrhost::Snapshot::load(database)->report();
     });
     EXPECT_EQ(report.policies, c.text == nullptr ? 22u : 0u) << failure.text;
     if (c.text != nullptr) {

@@ -104,15 +104,14 @@ TEST_P(Schema, MembersAreReadInTheOrderOfTheirBytes) {
 TEST_P(Schema, Version1IsReadAndUpgradedWithContentAndEpoch) {
   makeVersion1();
   const Revision old = revision();
-  LoadReport before, after;
-  load(before);
+  const LoadReport before = load()->report();
   EXPECT_EQ(before.policies + before.rules + before.links(), 3u);
   EXPECT_EQ(old.schemaVersion, 1);
 
   UpgradeReport report = PolicyDatabase::upgrade(place->options());
   EXPECT_EQ(report.from * 10 + report.to, 12);
   EXPECT_EQ(revision(), (Revision{old.epoch, old.revision, 2}));
-  load(after);
+  const LoadReport after = load()->report();
   EXPECT_EQ(after.policies + after.rules + after.links(), 3u);
   place->run("BEGIN; INSERT INTO group_member VALUES ('g', 'u'); UPDATE policy SET policy_type = 3; COMMIT");
   EXPECT_EQ(revision().revision, old.revision + (isSqlite() ? 2 : 1));
@@ -136,9 +135,7 @@ TEST_P(Schema, UpgradeThatCannotBeDoneLeavesVersion1) {
   const Failure failure = failureOf([&] { PolicyDatabase::upgrade(place->options()); });
   EXPECT_EQ(failure.kind, ErrorKind::kTablesPresent);
   EXPECT_THAT(failure.text, HasSubstr("'group_member' is there already, though version 1 has none"));
-  LoadReport report;
-  load(report);
-  EXPECT_EQ(report.revision, old);
+  EXPECT_EQ(load()->report().revision, old);
 }
 
 class SchemaPostgres : public Schema {
@@ -221,7 +218,7 @@ TEST_P(SchemaPostgres, ReadersWaitForTruncateAndForTablesThatAreMadeAnew) {
     write("BEGIN");
     write(change);
     LoadReport report;
-    auto reader = std::async(std::launch::async, [&] { load(report); });
+    auto reader = std::async(std::launch::async, [&] { report = load()->report(); });
     waiting();
     write(*change == 'T' ? "INSERT INTO ep_link VALUES (1, 1, 'u', 1, 1)" : "ALTER TABLE other RENAME TO ep_link");
     write("COMMIT");
@@ -231,8 +228,7 @@ TEST_P(SchemaPostgres, ReadersWaitForTruncateAndForTablesThatAreMadeAnew) {
   }
   write("BEGIN");
   write("TRUNCATE ep_link");
-  LoadReport report;
-  const Failure failure = failureOf([&] { load(report); });
+  const Failure failure = failureOf([&] { load(); });
   EXPECT_EQ(failure.kind, ErrorKind::kUnreachable);
   EXPECT_THAT(failure.text, HasSubstr("is locked by another program"));
 }

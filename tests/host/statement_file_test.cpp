@@ -41,7 +41,7 @@ TEST(StatementFiles, AreExaminedBeforeTheyAreUsed) {
     LoadReport report;
     const Failure failure = failureOf([&] {
       PolicyDatabase database(options);
-      loadCache(database, {}, report);
+      report = zrhost::Snapshot::load(database)->report();
     });
     EXPECT_EQ(failure.kind, c.text == nullptr ? std::nullopt : std::optional(ErrorKind::kInputOutput)) << failure.text;
     if (c.text != nullptr) {

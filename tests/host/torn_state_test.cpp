@@ -4,8 +4,8 @@
 #include "db/ZrDataAccess.h"
 #include "host/host_test_support.h"
 
-using zrhost::LoadReport;
 using zrhost::PolicyDatabase;
+using zrhost::Snapshot;
 
 namespace zrtest {
 namespace {
@@ -25,8 +25,9 @@ std::string change(int number) {
          text + "'; INSERT INTO ep_link SELECT policy_id, 6, '" + text + "', policy_id, 1 FROM policy; COMMIT;";
 }
 
-void expectWhole(const ZrPolicyCache& cache, const LoadReport& report) {
-  ASSERT_EQ(report.refused, 0u);
+void expectWhole(const Snapshot& snapshot) {
+  const ZrPolicyCache& cache = snapshot.cache();
+  ASSERT_EQ(snapshot.report().refused, 0u);
   ASSERT_EQ(cache.m_mapPolicy.size(), static_cast<std::size_t>(kPolicies));
   ASSERT_EQ(cache.m_mapOther.size(), static_cast<std::size_t>(kPolicies));
   const std::string expected = std::to_string(cache.m_mapPolicy.begin()->second->m_policyType);
@@ -58,13 +59,13 @@ TEST_P(TornState, ReadersSeeWholeTransactionsOnlyAndTheRevisionTellsThemApart) {
     std::int64_t lastRevision = 0;
     int lastType = -1;
     while (writing) {
-      LoadReport report;
-      const auto cache = zrhost::loadCache(database, {}, report);
-      expectWhole(*cache, report);
-      const int type = cache->m_mapPolicy.begin()->second->m_policyType;
+      const auto snapshot = Snapshot::load(database);
+      expectWhole(*snapshot);
+      const int type = snapshot->cache().m_mapPolicy.begin()->second->m_policyType;
+      const std::int64_t revision = snapshot->report().revision.revision;
       EXPECT_GE(type, lastType);
-      EXPECT_EQ(report.revision.revision == lastRevision, type == lastType);
-      lastRevision = report.revision.revision;
+      EXPECT_EQ(revision == lastRevision, type == lastType);
+      lastRevision = revision;
       lastType = type;
     }
   };

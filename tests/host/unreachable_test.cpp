@@ -11,7 +11,6 @@
 using testing::HasSubstr;
 using testing::Not;
 using zrhost::DatabaseOptions;
-using zrhost::LoadReport;
 using zrhost::PolicyDatabase;
 namespace fs = std::filesystem;
 
@@ -210,10 +209,10 @@ TEST(Unreachable, WhatAUserMayNotReadIsToldApartFromWhatIsNotThere) {
     } else if (!change.empty()) {
       run(change + reader.user + (change == "ALTER ROLE " ? " SET search_path = hidden" : ""));
     }
-    LoadReport report;
+    zrhost::LoadReport report;
     const Failure failure = failureOf([&, &reader = reader] {
       PolicyDatabase database(reader);
-      loadCache(database, {}, report);
+      report = zrhost::Snapshot::load(database)->report();
     });
     EXPECT_EQ(failure.kind, kind) << change;
     EXPECT_THAT(failure.text, HasSubstr(text));
@@ -244,9 +243,7 @@ TEST(Unreachable, ConnectionLostBetweenReadsIsReplaced) {
       "SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = current_database() AND pid <> "
       "pg_backend_pid()");
   EXPECT_THAT(failureOf([&] { database.revision(); }).text, HasSubstr("has dropped the connection"));
-  LoadReport report;
-  loadCache(database, {}, report);
-  EXPECT_EQ(report.policies, 22u);
+  EXPECT_EQ(zrhost::Snapshot::load(database)->report().policies, 22u);
 }
 
 }  // namespace

@@ -1,13 +1,14 @@
-#include "host/load/CacheLoader.h"
+#include "host/load/CacheSink.h"
 
-#include <atomic>
-#include <cstdio>
 #include <cstring>
 #include <limits>
+#include <memory>
+#include <netinet/in.h>
 #include <new>
-#include <numeric>
+#include <optional>
 #include <utility>
 
+#include "host/base/HostError.h"
 #include "host/base/strict_number.h"
 #include "host/load/SqlRule.h"
 
@@ -51,13 +52,16 @@ std::string key(const char* column, const Field& field) {
   return std::string(column) + " " + (plain ? *field : shown(field));
 }
 
-// A text of blanks passes for the address 0.0.0.0 with the cache, and one address for a range that nothing lies in.
-void checkAddresses(const ZrEPLink& link) {
+// A text of blanks passes for the address 0.0.0.0 with the cache, and one address for a range that nothing lies in:
+// what the library's own reading leaves untouched shows it.
+void checkAddresses(ZrEPLink& link) {
   if (link.m_entityType != ZrPolicyCache::IP && link.m_entityType != ZrPolicyCache::IP_RANGE) return;
-  char first[16], last[16];
-  const int words = std::sscanf(link.m_entityName.c_str(), "%15s ~ %15s", first, last);
-  if (words < 1 && !link.m_entityName.empty()) throw Fault{"entity_name holds no IP address"};
-  if (link.m_entityType == ZrPolicyCache::IP_RANGE && words == 1) {
+  link.m_ipFrom = link.m_ipTo = INADDR_NONE;  // which is no address that can be read
+  link.convertIP();
+  if (link.m_ipFrom == INADDR_NONE) throw Fault{"entity_name holds no IP address"};
+  if (link.m_ipTo != INADDR_NONE) return;
+  link.m_ipTo = 0;
+  if (link.m_entityType == ZrPolicyCache::IP_RANGE) {
     throw Fault{"entity_name " + shown(link.m_entityName) +
                 " is no range: two addresses with ' ~ ' between them are needed"};
   }
@@ -94,6 +98,14 @@ std::unique_ptr<ZrEPLink> makeLink(LinkRow& row) {
   return link;
 }
 
+// A name that some question can hold.
+const std::string& memberName(const Field& field, const char* column) {
+  if (!field) throw Fault{std::string(column) + " is NULL"};
+  if (field->empty()) throw Fault{std::string(column) + " is empty"};
+  if (field->find('\0') != std::string::npos) throw Fault{std::string(column) + " holds a zero byte"};
+  return *field;
+}
+
 // The cache says that memory ran out in the same way as it refuses a row.
 void throwIfNoMemory(const char* thrown) {
   if (std::strstr(thrown, "std::bad_alloc") != nullptr) throw std::bad_alloc();
@@ -113,26 +125,10 @@ std::optional<std::string> faultOf(Use use) {
   }
 }
 
-std::uint32_t nextGeneration() {
-  static std::atomic<std::uint32_t> last{0};
-  std::uint32_t generation = ++last;
-  while (generation == 0)
-    generation = ++last;
-  return generation;
-}
-
 }  // namespace
 
-std::string RefusedRow::text() const {
-  return table + ", " + key + ": " + reason;
-}
-
-std::uint64_t LoadReport::links() const {
-  return std::accumulate(linksByType.begin(), linksByType.end(), std::uint64_t{0});
-}
-
-CacheSink::CacheSink(ZrPolicyCache& cache, const LoadOptions& options, LoadReport& report)
-    : m_cache(cache), m_options(options), m_report(report) {}
+CacheSink::CacheSink(ZrPolicyCache& cache, GroupMembers& members, const LoadOptions& options, LoadReport& report)
+    : m_cache(cache), m_members(members), m_options(options), m_report(report) {}
 
 void CacheSink::onRevision(const Revision& revision) {
   m_report.revision = revision;
@@ -176,8 +172,12 @@ void CacheSink::onLink(LinkRow& row) {
   countRow();
 }
 
-// A cache knows no members.
-void CacheSink::onMember(MemberRow&) {
+void CacheSink::onMember(MemberRow& row) {
+  const auto fault = faultOf([&] {
+    m_members.add(memberName(row.groupName, "group_name"), memberName(row.userName, "user_name"));
+    ++m_report.members;
+  });
+  if (fault) refuse("group_member", key("group_name", row.groupName) + ", " + key("user_name", row.userName), *fault);
   countRow();
 }
 
@@ -190,19 +190,6 @@ void CacheSink::refuse(const char* table, const std::string& key, const std::str
 
 void CacheSink::countRow() {
   if (++m_rows % kRowsPerReport == 0 && m_options.onProgress) m_options.onProgress(m_rows);
-}
-
-std::unique_ptr<ZrPolicyCache> loadCache(RowSource& source, const LoadOptions& options, LoadReport& report) {
-  try {
-    auto cache = std::make_unique<ZrPolicyCache>();
-    CacheSink sink(*cache, options, report);
-    source.read(sink);
-    cache->m_generation = nextGeneration();
-    return cache;
-  } catch (const std::bad_alloc&) {
-    throw HostError(ErrorKind::kInternal, "out of memory after " + std::to_string(report.policies) + " policies and " +
-                                              std::to_string(report.links()) + " links");
-  }
 }
 
 }  // namespace zrhost
