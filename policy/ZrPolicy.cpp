@@ -1,5 +1,7 @@
 #include "policy/ZrPolicy.h"
 
+#include "policy/accessors_internal.h"
+
 ZrRule::~ZrRule() = default;
 
 ZrPolicy::~ZrPolicy() {
@@ -18,10 +20,7 @@ ZrRule* ZrPolicy::getNextRule() const {
 }
 
 ZrRule* ZrPolicy::getRuleByDateTime() const {
-  for (ZrRule* rule : m_vecRule) {
-    if (rule != nullptr && rule->m_ruleType == ZrRule::kSelectedKind) return rule;
-  }
-  return nullptr;
+  return zr::selectedRuleOf(*this);
 }
 
 void ZrPolicy::logPolicySummary() {

@@ -36,23 +36,27 @@ void appendRange(std::vector<ZrEPLink*>& links, zr::RangeIndex& index, ZrEPLink*
   }
 }
 
-template <class Key, class Object>
-Object* objectOf(const std::pair<const Key, Object*>& element) {
-  return element.second;
+// Deletes every object of a map, front to back. Each entry goes with its object, so that a destructor of the host's
+// that looks at the map finds nothing that was deleted before.
+template <class Map>
+void purge(Map& map) {
+  while (!map.empty()) {
+    const auto first = map.begin();
+    delete first->second;
+    map.erase(first);
+  }
 }
 
-ZrEPLink* objectOf(ZrEPLink* element) {
-  return element;
+// The same of a vector. Taking entries out at its front would move all others, so they become null first.
+void purge(std::vector<ZrEPLink*>& links) {
+  for (ZrEPLink*& link : links) {
+    delete link;
+    link = nullptr;
+  }
+  links.clear();
 }
 
-// Deletes every object of a container, front to back, and empties it. Destructors do not throw.
-template <class Container>
-void purge(Container& container) {
-  for (const auto& element : container)
-    delete objectOf(element);
-  container.clear();
-}
-
+// Without its index, which knows the entries, while they go.
 template <class Container, class Index>
 void purge(Container& container, Index& index) {
   index.clear();

@@ -88,12 +88,13 @@ class ZR_EXPORT ZrPolicyCache {
   // Whether any policy has a rule with an LDAP setting; asks in ascending order of IDs and stops at the first that has.
   bool hasPolicyContainLDAPSetting();
 
-  // Deletes every policy, in ascending order of IDs, and clears the default policy. The links stay, and point at
+  // Clears the default policy, then deletes every policy, in ascending order of IDs, and its entry with it: what a
+  // destructor of the host's finds in the cache is not deleted yet, but for itself. The links stay, and point at
   // policies that are gone: purge both, as cleanup does.
   void purgePolicyList();
 
-  // Deletes every link: m_mapUser, m_mapGroup, m_mapHostname, m_mapIp, m_vecIpRange, m_mapOther, each front to back.
-  // The policies stay.
+  // Deletes every link: m_mapUser, m_mapGroup, m_mapHostname, m_mapIp, m_vecIpRange, m_mapOther, each front to back,
+  // and its entry with it; those of m_vecIpRange become null one by one and go together. The policies stay.
   void purgeEPLinkList();
 
   // purgePolicyList, then purgeEPLinkList. Lets no exception out. m_generation is left alone.
@@ -127,7 +128,8 @@ class ZR_EXPORT ZrPolicyCache {
 
   // Adds to pResultSet every range that holds the address pszKey (as inet_addr reads it), bounds included, in the order
   // in which the ranges were added; otherwise as lookupPolicy. Logs nothing. A null or empty key or a null set: does
-  // nothing. Costs the logarithm of the number of ranges, and the matching ones.
+  // nothing. Where few ranges match, costs the logarithm of their number, and the matching ones; above one match in 64
+  // ranges, or 128 in all, a look at each range's addresses, which stand in one piece. Allocates only for results.
   //
   // Throws, with the results added before still in the set
   //   "Invalid IP address" (const char*)      pszKey is no address or is 255.255.255.255

@@ -3,20 +3,22 @@
 
 #include "policy/ZrPolicyCache.h"
 #include "policy/ZrPolicyResultSet.h"
+#include "policy/accessors_internal.h"
 #include "policy/cache_index_internal.h"
 #include "policy/entity_key_internal.h"
+#include "policy/result_adder_internal.h"
 #include "support/PolicyLog.h"
 #include "support/thrown_text_internal.h"
 
 namespace {
 
 ZrRule* selectedRule(const ZrEPLink* link) {
-  return link != nullptr && link->m_pPolicy != nullptr ? link->m_pPolicy->getRuleByDateTime() : nullptr;
+  return link != nullptr && link->m_pPolicy != nullptr ? zr::selectedRuleOf(*link->m_pPolicy) : nullptr;
 }
 
-void addIfSelected(ZrEPLink* link, ZrPolicyResultSet* pResultSet) {
+void addIfSelected(ZrEPLink* link, zr::ResultAdder& adder) {
   ZrRule* const rule = selectedRule(link);
-  if (rule != nullptr) pResultSet->addResult(link, rule);
+  if (rule != nullptr) adder.add(link, rule);
 }
 
 // Visits the links of one key in the order in which they were added.
@@ -27,53 +29,39 @@ void visitKey(const Map& map, const zr::KeyIndex<Map>& index, const Key& key, Vi
     visit(element->second);
 }
 
-void addRangesPlainly(const std::vector<ZrEPLink*>& links, std::uint32_t address, ZrPolicyResultSet* pResultSet) {
+void addRangesPlainly(const std::vector<ZrEPLink*>& links, std::uint32_t address, zr::ResultAdder& adder) {
   for (ZrEPLink* const link : links) {
     if (link != nullptr && zr::addressOrder(link->m_ipFrom) <= address && address <= zr::addressOrder(link->m_ipTo))
-      addIfSelected(link, pResultSet);
-  }
-}
-
-// Answers false when the index cannot be used.
-bool findRanges(const std::vector<ZrEPLink*>& links, const zr::RangeIndex& index, std::uint32_t address,
-                zr::Places& places) {
-  if (!index.covers(links)) return false;
-  try {
-    index.find(address, places);
-    return true;
-  } catch (const std::bad_alloc&) {
-    return false;
+      addIfSelected(link, adder);
   }
 }
 
 void addRanges(const std::vector<ZrEPLink*>& links, const zr::RangeIndex& index, std::uint32_t address,
-               ZrPolicyResultSet* pResultSet) {
-  zr::Places places;
-  if (!findRanges(links, index, address, places)) return addRangesPlainly(links, address, pResultSet);
-  for (const std::uint32_t place : places)
-    addIfSelected(links[place], pResultSet);
+               zr::ResultAdder& adder) {
+  if (!index.covers(links)) return addRangesPlainly(links, address, adder);
+  index.visit(address, [&](std::size_t place) { addIfSelected(links[place], adder); });
 }
 
 // Adds a link of a user, with the trace line that tells whether it counts.
-void addUser(ZrEPLink* link, ZrPolicyResultSet* pResultSet, const char* counts, const char* countsNot) {
+void addUser(ZrEPLink* link, zr::ResultAdder& adder, const char* counts, const char* countsNot) {
   ZrRule* const rule = selectedRule(link);
   ZR_TRACE("%s", rule != nullptr ? counts : countsNot);
-  if (rule != nullptr) pResultSet->addResult(link, rule);
+  if (rule != nullptr) adder.add(link, rule);
 }
 
-void addUsers(const ZrPolicyCache& cache, std::string_view key, ZrPolicyResultSet* pResultSet) {
-  visitKey(cache.m_mapUser, cache.m_pIndex->user, key, [pResultSet](ZrEPLink* link) {
-    addUser(link, pResultSet, "ZrPolicyCache::lookupPolicy() find POP3 object.",
+void addUsers(const ZrPolicyCache& cache, std::string_view key, zr::ResultAdder& adder) {
+  visitKey(cache.m_mapUser, cache.m_pIndex->user, key, [&adder](ZrEPLink* link) {
+    addUser(link, adder, "ZrPolicyCache::lookupPolicy() find POP3 object.",
             "ZrPolicyCache::lookupPolicy() isn't POP3 object.");
   });
 }
 
-void addLinks(const ZrPolicyCache& cache, ZrEntityType iType, const zr::SearchKey& key, ZrPolicyResultSet* pResultSet) {
+void addLinks(const ZrPolicyCache& cache, ZrEntityType iType, const zr::SearchKey& key, zr::ResultAdder& adder) {
   const zr::CacheIndex& index = *cache.m_pIndex;
-  const auto add = [pResultSet](ZrEPLink* link) { addIfSelected(link, pResultSet); };
+  const auto add = [&adder](ZrEPLink* link) { addIfSelected(link, adder); };
   switch (iType) {
     case ZrPolicyCache::USER:
-      return addUsers(cache, key.view(), pResultSet);
+      return addUsers(cache, key.view(), adder);
     case ZrPolicyCache::GROUP:
       return visitKey(cache.m_mapGroup, index.group, key.view(), add);
     case ZrPolicyCache::HOSTNAME:
@@ -93,17 +81,17 @@ void addLinks(const ZrPolicyCache& cache, ZrEntityType iType, const zr::SearchKe
   }
 }
 
-void addAllLinks(const ZrPolicyCache& cache, ZrPolicyResultSet* pResultSet) {
+void addAllLinks(const ZrPolicyCache& cache, zr::ResultAdder& adder) {
   ZR_TRACE("ZrPolicyCache::lookupAllPolicy() type is USER\n");
   for (const auto& [key, link] : cache.m_mapUser)
-    addUser(link, pResultSet, "ZrPolicyCache::lookupAllPolicy() find POP3 object\n",
+    addUser(link, adder, "ZrPolicyCache::lookupAllPolicy() find POP3 object\n",
             "ZrPolicyCache::lookupAllPolicy() isn't POP3 object\n");
   ZR_TRACE("ZrPolicyCache::lookupAllPolicy() type is GROUP\n");
   for (const auto& [key, link] : cache.m_mapGroup)
-    addIfSelected(link, pResultSet);
+    addIfSelected(link, adder);
   ZR_TRACE("ZrPolicyCache::lookupAllPolicy() type is OTHER\n");
   for (const auto& [key, link] : cache.m_mapOther)
-    addIfSelected(link, pResultSet);
+    addIfSelected(link, adder);
 }
 
 }  // namespace
@@ -117,7 +105,8 @@ void ZrPolicyCache::lookupPolicy(EntityType iType, char* pszKey, ZrPolicyResultS
   }
   const zr::SearchKey key = zr::SearchKey::normalised(pszKey);
   try {
-    addLinks(*this, iType, key, pResultSet);
+    zr::ResultAdder adder(pResultSet);
+    addLinks(*this, iType, key, adder);
   } catch (char*) {
     throw;
   } catch (...) {
@@ -133,7 +122,8 @@ void ZrPolicyCache::lookupPolicyIpRange(char* pszKey, ZrPolicyResultSet* pResult
   const std::uint32_t address = zr::parseAddress(pszKey);
   if (address == zr::kNoAddress) throw "Invalid IP address";
   try {
-    addRanges(m_vecIpRange, m_pIndex->ipRange, zr::addressOrder(address), pResultSet);
+    zr::ResultAdder adder(pResultSet);
+    addRanges(m_vecIpRange, m_pIndex->ipRange, zr::addressOrder(address), adder);
   } catch (const std::bad_alloc&) {
     thread_local zr::ThrownText<256> text;
     throw text.format("ZrPolicyCache::lookupRuleIpRange(), std::bad_alloc, pszKey:[%s]", pszKey);
@@ -147,7 +137,8 @@ void ZrPolicyCache::lookupAllPolicy(ZrPolicyResultSet* pResultSet) {
     return;
   }
   try {
-    addAllLinks(*this, pResultSet);
+    zr::ResultAdder adder(pResultSet);
+    addAllLinks(*this, adder);
   } catch (char* text) {
     ZR_TRACE("TZrPolicyCache::lookupAllPolicy() error %s\n", text);
     throw;
@@ -158,5 +149,6 @@ void ZrPolicyCache::lookupAllPolicy(ZrPolicyResultSet* pResultSet) {
 }
 
 void ZrPolicyCache::getDefaultPolicy(ZrPolicyResultSet* pResultSet) {
-  addIfSelected(&m_defaultLink, pResultSet);
+  zr::ResultAdder adder(pResultSet);
+  addIfSelected(&m_defaultLink, adder);
 }

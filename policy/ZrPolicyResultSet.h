@@ -12,7 +12,7 @@
 class ZrPolicyResultSet;
 
 namespace zr {
-class IdSet;
+struct SetIndex;
 }
 
 // One policy that applies: the link that matched and the rule selected of its policy. A result copies nothing; it
@@ -90,12 +90,16 @@ class ZR_EXPORT ZrPolicyResultSet {
   //   "Failed to allocate resource for ZrPolicyResult"  memory ran out
   //   "policy ID is not available anymore"              the set is not valid and holds a result (the first one is added
   //                                                     without a check)
-  // Either way the set is unchanged. Above a handful of results the policies are found by the IDs they had when they
-  // were added, so a policy's ID must not change while a result of it is held; elements of m_setResult that were added
-  // or removed by hand are noticed by their number.
+  // Either way the set is unchanged.
+  //
+  // The policies of the results are found by the links that were added, as those are now. Above 48 results a link that
+  // was pointed at another policy meanwhile is noticed by the cache's lookups; the host's own calls of this notice it
+  // of the cache's default link alone. Elements of m_setResult that were added or removed by hand are noticed by their
+  // number, and the results are then walked until cleanup.
   void addResult(ZrEPLink* link, ZrRule* rule);
 
-  // Deletes all results and unbinds the set, as if new. Throws nothing.
+  // Takes all results out of the set, which deletes them or, up to 128, keeps their memory for those to come, and
+  // unbinds it, as if new. Throws nothing.
   void cleanup();
 
   // The results; the set owns them.
@@ -108,8 +112,8 @@ class ZR_EXPORT ZrPolicyResultSet {
   std::uint32_t m_refGeneration = 0;
   // The cache that the results point into; not owned. Null while the set is bound to none.
   ZrPolicyCache* m_pCache = nullptr;
-  // The library's own: the policies of the results by ID, once there are more than a handful.
-  std::unique_ptr<zr::IdSet> m_pIds;
+  // The library's own: what finds the policies of the results faster than a walk does, and the memory of results.
+  std::unique_ptr<zr::SetIndex> m_pIds;
 };
 
 #endif  // ZR_POLICY_ZRPOLICYRESULTSET_H

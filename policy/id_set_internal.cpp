@@ -2,47 +2,99 @@
 
 #include <algorithm>
 #include <new>
-#include <utility>
+
+#include "policy/ZrEPLink.h"
+#include "policy/ZrPolicy.h"
 
 namespace zr {
 
-// Where `id` stands, or the free slot that it would take. Only while there are slots.
+void IdSet::turnOff() {
+  *this = IdSet();
+  m_off = true;
+}
+
+void IdSet::clear() {
+  if (m_off || m_links.size() > kKept) *this = IdSet();
+  m_links.clear();
+  m_ids.clear();
+  m_defaults.clear();
+  m_slots.clear();
+}
+
+bool IdSet::isScanned(std::int32_t id) const {
+  for (const ZrEPLink* const link : m_links) {
+    if (link->m_pPolicy->m_policyId == id) return true;
+  }
+  return false;
+}
+
+bool IdSet::isOutOfDate(std::size_t at) const {
+  return m_links[at]->m_pPolicy->m_policyId != m_ids[at];
+}
+
+bool IdSet::isHashed(std::int32_t id) {
+  for (const std::size_t at : m_defaults) {
+    if (isOutOfDate(at)) renew();
+  }
+  return id == kFree ? m_holdsFree : m_slots[slotOf(id)] == id;
+}
+
+void IdSet::recheck() {
+  for (std::size_t at = 0; at < m_ids.size(); ++at) {
+    if (isOutOfDate(at)) return renew();
+  }
+}
+
+// Where `id` stands, or the free slot that it would take.
 std::size_t IdSet::slotOf(std::int32_t id) const {
   const std::uint32_t hash = static_cast<std::uint32_t>(id) * 0x9E3779B9U;
-  std::size_t at = (hash ^ (hash >> 16)) & (m_capacity - 1);
+  std::size_t at = (hash ^ (hash >> 16)) & (m_slots.size() - 1);
   while (m_slots[at] != kFree && m_slots[at] != id)
-    at = (at + 1) & (m_capacity - 1);
+    at = (at + 1) & (m_slots.size() - 1);
   return at;
 }
 
-bool IdSet::contains(std::int32_t id) const {
-  if (id == kFree) return m_holdsFree;
-  return m_capacity != 0 && m_slots[slotOf(id)] == id;
-}
-
-bool IdSet::add(std::int32_t id) {
+void IdSet::hash(std::int32_t id) {
   if (id == kFree) {
     m_holdsFree = true;
   } else {
-    if ((m_size + 1) * 2 > m_capacity && !grow()) return false;
     m_slots[slotOf(id)] = id;
   }
-  ++m_size;
-  return true;
 }
 
-bool IdSet::grow() {
-  const std::size_t oldCapacity = m_capacity;
-  const std::size_t capacity = oldCapacity == 0 ? 64 : oldCapacity * 2;
-  std::unique_ptr<std::int32_t[]> slots(new (std::nothrow) std::int32_t[capacity]);
-  if (!slots) return false;
-  std::fill_n(slots.get(), capacity, kFree);
-  std::swap(m_slots, slots);
-  m_capacity = capacity;
-  for (std::size_t i = 0; i < oldCapacity; ++i) {
-    if (slots[i] != kFree) m_slots[slotOf(slots[i])] = slots[i];
+void IdSet::hashAll() {
+  std::fill(m_slots.begin(), m_slots.end(), kFree);
+  m_holdsFree = false;
+  for (const std::int32_t id : m_ids)
+    hash(id);
+}
+
+// Allocates nothing.
+void IdSet::renew() {
+  for (std::size_t at = 0; at < m_ids.size(); ++at)
+    m_ids[at] = m_links[at]->m_pPolicy->m_policyId;
+  hashAll();
+}
+
+void IdSet::note(std::size_t at) {
+  if (m_links[at]->m_entityType == ZrEntityType::DEFAULT) m_defaults.push_back(at);
+  m_ids.push_back(m_links[at]->m_pPolicy->m_policyId);
+  if (m_ids.size() * 2 <= m_slots.size()) return hash(m_ids.back());
+  m_slots.resize(std::max(m_slots.size() * 2, kFirstSlots));
+  hashAll();
+}
+
+void IdSet::add(const ZrEPLink* link) {
+  try {
+    if (m_links.empty()) m_links.reserve(16);
+    m_links.push_back(link);
+    if (m_links.size() <= kScanned) return;
+    if (link->m_pPolicy == nullptr) return turnOff();  // a result that a walk can pass no more than this
+    while (m_ids.size() < m_links.size())              // all of them at the first time
+      note(m_ids.size());
+  } catch (const std::bad_alloc&) {
+    turnOff();
   }
-  return true;
 }
 
 }  // namespace zr

@@ -2,6 +2,8 @@
 
 #include <climits>
 #include <gmock/gmock.h>
+#include <set>
+#include <tuple>
 
 #include "policy/policy_objects.h"
 
@@ -12,14 +14,6 @@ using zrtest::newLink;
 using zrtest::newPolicy;
 using zrtest::TestRule;
 using zrtest::thrownBy;
-
-template <class Map>
-std::vector<std::string> keys(const Map& map) {
-  std::vector<std::string> keys;
-  for (const auto& [key, link] : map)
-    keys.push_back(key);
-  return keys;
-}
 
 TEST(ZrPolicyCache, DefaultPolicyIsAlsoAPolicyLikeAnyOther) {
   ZrPolicyCache cache;
@@ -32,12 +26,27 @@ TEST(ZrPolicyCache, DefaultPolicyIsAlsoAPolicyLikeAnyOther) {
   cache.addPolicy(second);
   EXPECT_THAT(cache.m_mapPolicy, ElementsAre(std::pair(7, first), std::pair(8, second)));
   EXPECT_TRUE(cache.hasPolicyContainLDAPSetting());
-  EXPECT_EQ(cache.m_defaultLink.m_pPolicy, second);
+  const ZrEPLink& link = cache.m_defaultLink;
+  EXPECT_EQ(std::tie(link.m_pPolicy, link.m_policyId, link.m_entityName), std::tuple(second, 8, "Default Policy"));
+  EXPECT_EQ(std::tie(link.m_priority, link.m_entityType), std::tuple(INT_MAX, ZrPolicyCache::DEFAULT));
   // One that is refused changes nothing.
   const std::unique_ptr<ZrPolicy> again(newPolicy(7, true, true));
   EXPECT_EQ(thrownBy([&] { cache.addPolicy(again.get()); }),
             "const char*: Failed to insert Policy object into m_mapPolicy");
   EXPECT_EQ(cache.m_defaultLink.m_pPolicy, second);
+}
+
+TEST(ZrPolicy, RulesAreAskedFrontToBackUntilOneAnswers) {
+  ZrPolicy policy;
+  auto* first = new TestRule(5);
+  auto* second = new TestRule(247, true);
+  auto* third = new TestRule(247, true);
+  policy.m_vecRule = {first, second, third};
+  EXPECT_EQ(policy.getRuleByDateTime(), second);
+  EXPECT_TRUE(policy.hasRuleContainLDAPSetting());
+  policy.logPolicySummary();
+  EXPECT_EQ(std::tuple(first->asked, second->asked, third->asked, third->logged), std::tuple(1, 1, 0, 1));
+  EXPECT_TRUE(policy.getFirstRule() == nullptr && policy.getNextRule() == nullptr);
 }
 
 TEST(ZrPolicyCache, RefusedLinkStaysTheCallers) {
@@ -74,12 +83,13 @@ TEST(ZrPolicyCache, LinkIsFiledByItsType) {
   for (ZrEPLink* link : {user, host, address, newLink(ZrPolicyCache::GROUP, "&#66;&#233;", 1),
                          newLink(ZrPolicyCache::OTHER, "Alpha", 1), newLink(ZrPolicyCache::OTHER, "ALPHA", 1)})
     cache.addEPLink(link);
-  EXPECT_THAT(keys(cache.m_mapUser), ElementsAre("Ren\xC3\xA9"));
+  using testing::Key;
+  EXPECT_THAT(cache.m_mapUser, ElementsAre(Key("Ren\xC3\xA9")));
   EXPECT_EQ(user->m_entityName, "Ren&#233;");
-  EXPECT_THAT(keys(cache.m_mapGroup), ElementsAre("&#66;&#233;"));
-  EXPECT_THAT(keys(cache.m_mapHostname), ElementsAre("MAILHOST-7"));
+  EXPECT_THAT(cache.m_mapGroup, ElementsAre(Key("&#66;&#233;")));
+  EXPECT_THAT(cache.m_mapHostname, ElementsAre(Key("MAILHOST-7")));
   EXPECT_EQ(host->m_entityName, "MAILHOST-7");
-  EXPECT_THAT(keys(cache.m_mapOther), ElementsAre("ALPHA", "Alpha"));
+  EXPECT_THAT(cache.m_mapOther, ElementsAre(Key("ALPHA"), Key("Alpha")));
   EXPECT_THAT(cache.m_mapIp, ElementsAre(std::pair(address->m_ipFrom, address)));
 }
 
@@ -104,19 +114,38 @@ TEST(ZrPolicyCache, DecodesEntitiesOfTheLatinRangeOrNone) {
   }
 }
 
-// What was deleted, in order.
+// What was deleted, in order, and how often that was met again in the cache.
+const ZrPolicyCache* g_cache;
 std::vector<std::string> g_deleted;
+std::set<const void*> g_gone;
+std::size_t g_metAgain;
+
+void noteDeleted(const void* object, const std::string& name) {
+  const auto look = [](const auto& map) {
+    for (const auto& [key, held] : map)
+      g_metAgain += g_gone.count(held);
+  };
+  look(g_cache->m_mapPolicy);
+  look(g_cache->m_mapIp);
+  for (const auto* map : {&g_cache->m_mapUser, &g_cache->m_mapGroup, &g_cache->m_mapHostname, &g_cache->m_mapOther})
+    look(*map);
+  for (const ZrEPLink* link : g_cache->m_vecIpRange)
+    g_metAgain += g_gone.count(link);
+  g_deleted.push_back(name);
+  g_gone.insert(object);
+}
 
 struct NotedLink : ZrEPLink {
-  ~NotedLink() override { g_deleted.push_back(m_entityName); }
+  ~NotedLink() override { noteDeleted(static_cast<ZrEPLink*>(this), m_entityName); }
 };
 
 struct NotedPolicy : ZrPolicy {
-  ~NotedPolicy() override { g_deleted.push_back(std::to_string(m_policyId)); }
+  ~NotedPolicy() override { noteDeleted(static_cast<ZrPolicy*>(this), std::to_string(m_policyId)); }
 };
 
-TEST(ZrPolicyCache, CleanupDeletesPoliciesThenLinksInTheirOrderAndNothingTwice) {
+TEST(ZrPolicyCache, CleanupDeletesPoliciesThenLinksInTheirOrderWithTheirEntriesAndNothingTwice) {
   ZrPolicyCache cache;
+  g_cache = &cache;
   for (const int id : {3, 1, 2}) {
     auto* policy = new NotedPolicy;
     policy->m_policyId = id;
@@ -140,6 +169,7 @@ TEST(ZrPolicyCache, CleanupDeletesPoliciesThenLinksInTheirOrderAndNothingTwice) 
     cache.cleanup();
     EXPECT_THAT(g_deleted, ElementsAre("1", "2", "3", "1a", "1b", "2a", "3a", "4a", "5b", "5a", "6a", "6b"));
   }
+  EXPECT_EQ(g_metAgain, 0U);
   EXPECT_EQ(cache.m_defaultLink.m_pPolicy, nullptr);
   EXPECT_EQ(cache.m_generation, 5U);
 }

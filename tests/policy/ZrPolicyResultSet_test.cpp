@@ -1,6 +1,5 @@
 #include "policy/ZrPolicyResultSet.h"
 
-#include <climits>
 #include <functional>
 #include <gmock/gmock.h>
 
@@ -11,47 +10,54 @@ namespace {
 using testing::ElementsAre;
 using zrtest::thrownBy;
 
-// A cache with a user link of each given priority, for policies 1, 2, 3, ...; the links in that order.
+// A cache with a user link of each given priority, for policies 1, 2, 3, ..., and a set bound to it.
 struct Filled {
-  explicit Filled(const std::vector<int>& priorities) {
+  explicit Filled(const std::vector<int>& priorities) : asked(cache) {
     zrtest::addPolicies(cache, static_cast<int>(priorities.size()));
     for (std::size_t i = 0; i < priorities.size(); ++i) {
       links.push_back(zrtest::newLink(ZrPolicyCache::USER, "u", static_cast<int>(i) + 1, priorities[i]));
       cache.addEPLink(links.back());
     }
   }
-  void addTo(ZrPolicyResultSet& set) {
-    for (ZrEPLink* link : links)
-      set.addResult(link, link->m_pPolicy->m_vecRule[0]);
+  explicit Filled(int count) : Filled(std::vector<int>(static_cast<std::size_t>(count), 1)) {}
+  void add(int first, int last) {
+    for (int id = first; id <= last; ++id) {
+      ZrEPLink* const link = links.at(static_cast<std::size_t>(id) - 1);
+      asked.set.addResult(link, link->m_pPolicy->m_vecRule[0]);
+    }
   }
   ZrPolicyCache cache;
   std::vector<ZrEPLink*> links;
+  zrtest::Asked asked;
 };
 
 TEST(ZrPolicyResultSet, ResultsComeByPriorityThenInTheOrderOfAdding) {
   Filled filled({5, 1, 5, 3});
-  zrtest::Asked asked(filled.cache);
-  EXPECT_EQ(asked.set.getTopPriorityResult(), nullptr);
-  EXPECT_EQ(asked.set.getNextResult(), nullptr);
-  filled.addTo(asked.set);
-  EXPECT_EQ(asked.set.getNextResult()->getPolicyID(), 2);
-  EXPECT_EQ(asked.set.getNextResult()->getPolicyID(), 4);
-  EXPECT_THAT(asked.policies(), ElementsAre(2, 4, 1, 3));
-  EXPECT_EQ(asked.set.getNextResult(), nullptr);
+  ZrPolicyResultSet& set = filled.asked.set;
+  for (int times = 0; times < 3; ++times) {  // a set used again is as good as new
+    EXPECT_EQ(set.getTopPriorityResult(), nullptr);
+    EXPECT_EQ(set.getNextResult(), nullptr);
+    filled.add(1, 4);
+    EXPECT_EQ(set.getNextResult()->getPolicyID(), 2);
+    EXPECT_EQ(set.getNextResult()->getPolicyID(), 4);
+    EXPECT_THAT(filled.asked.policies(), ElementsAre(2, 4, 1, 3));
+    EXPECT_EQ(set.getNextResult(), nullptr);
+    set.cleanup();
+    EXPECT_EQ(thrownBy([&] { set.getSize(); }), "const char*: The resultset is out of date case 1");
+    set.setRefInfo(&filled.cache, 0);
+  }
 }
 
 TEST(ZrPolicyResultSet, ResultsOfAnotherGenerationAreOutOfReach) {
-  Filled filled(std::vector<int>(30, 1));
-  zrtest::Asked asked(filled.cache);
-  ZrPolicyResultSet& set = asked.set;
+  Filled filled(200);
+  ZrPolicyResultSet& set = filled.asked.set;
   set.addResult(filled.links[0], nullptr);
   ZrPolicyResult* const result = set.getTopPriorityResult();
   EXPECT_EQ(thrownBy([&] { result->getRule(); }), "const char*: Rule object is not available anymore");
-  for (const std::size_t size : {1U, 20U}) {  // few results are walked, many are kept in a table
-    for (std::size_t i = 1; i < size; ++i)
-      set.addResult(filled.links[i], filled.links[i]->m_pPolicy->m_vecRule[0]);
+  EXPECT_EQ(result->getPolicyID(), 1);
+  for (const int size : {1, 20, 100}) {
+    filled.add(1, size);
     ++filled.cache.m_generation;
-    EXPECT_FALSE(set.isDataOK());
     using Operation = std::function<void()>;
     const std::pair<Operation, const char*> cases[] = {
         {[&] { set.getSize(); }, "The resultset is out of date case 1"},
@@ -64,58 +70,33 @@ TEST(ZrPolicyResultSet, ResultsOfAnotherGenerationAreOutOfReach) {
         {[&] { result->getEntityType(); }, "Entity type is not available anymore"},
         {[&] { result->getPriority(); }, "Policy priority information is not available anymore"},
         {[&] { result->getRule(); }, "Rule object is not available anymore"},
-        {[&] { set.addResult(filled.links[25], nullptr); }, "policy ID is not available anymore"},
+        {[&] { filled.add(150, 150); }, "policy ID is not available anymore"},
+        {[&] { filled.add(1, 1); }, "policy ID is not available anymore"},
     };
     for (const auto& [operation, text] : cases)
       EXPECT_EQ(thrownBy(operation), std::string("const char*: ") + text);
     --filled.cache.m_generation;
-    EXPECT_EQ(set.getSize(), size);
+    EXPECT_EQ(set.getSize(), static_cast<std::size_t>(size));
   }
-  set.cleanup();
-  EXPECT_EQ(thrownBy([&] { set.getSize(); }), "const char*: The resultset is out of date case 1");
 }
 
-TEST(ZrPolicyResultSet, ResultsRemovedByHandAreNoLongerDuplicates) {
-  Filled filled(std::vector<int>(40, 1));
-  zrtest::Asked asked(filled.cache);
-  filled.addTo(asked.set);
-  for (int removed = 0; removed < 5; ++removed) {
-    delete *asked.set.m_setResult.begin();
-    asked.set.m_setResult.erase(asked.set.m_setResult.begin());
+// The result of the default policy, and one of a link that a host points at another policy, are for the new policy.
+TEST(ZrPolicyResultSet, NewPolicyOfALinkIsNotAnsweredTwice) {
+  for (const int others : {2, 20, 40, 60, 200}) {
+    Filled filled(others + 1);
+    filled.cache.addPolicy(zrtest::newPolicy(1000, true, true));
+    filled.add(1, others);  // all of priority 1
+    filled.cache.getDefaultPolicy(&filled.asked.set);
+    filled.cache.addPolicy(zrtest::newPolicy(2000, true, true));
+    filled.links[0]->m_pPolicy = filled.links[static_cast<std::size_t>(others)]->m_pPolicy;
+    for (const int id : {2000, 1000, others + 1, 1})
+      filled.cache.addEPLink(zrtest::newLink(ZrPolicyCache::OTHER, "o", id, id));
+    std::vector<int> expected{others + 1};
+    for (int id = 2; id <= others; ++id)
+      expected.push_back(id);
+    expected.insert(expected.end(), {1, 1000, 2000});
+    EXPECT_EQ(filled.asked.key(ZrPolicyCache::OTHER, "o").policies(), expected);
   }
-  filled.addTo(asked.set);
-  EXPECT_EQ(asked.set.getSize(), 40U);
-}
-
-TEST(ZrPolicyResultSet, PolicyIdsOfAnyNumberAreToldApart) {
-  ZrPolicyCache cache;
-  zrtest::Asked asked(cache);
-  std::vector<int> ids{INT_MIN, 0, INT_MAX, -1};
-  for (int i = 1; i < 300; ++i)
-    ids.push_back(i * 65536);
-  for (const int id : ids) {
-    cache.addPolicy(zrtest::newPolicy(id));
-    for (int twice = 0; twice < 2; ++twice)
-      cache.addEPLink(zrtest::newLink(ZrPolicyCache::OTHER, "x", id));
-  }
-  EXPECT_EQ(asked.key(ZrPolicyCache::OTHER, "x").policies(), ids);
-}
-
-TEST(ZrPolicyResultSet, DefaultPolicySortsBehindAndOnlyWhenNotThereYet) {
-  Filled filled({7});
-  zrtest::Asked asked(filled.cache);
-  filled.cache.getDefaultPolicy(&asked.set);  // there is none yet
-  ZrPolicy* const byDefault = zrtest::newPolicy(50, true, true);
-  filled.cache.addPolicy(byDefault);
-  filled.cache.getDefaultPolicy(&asked.set);
-  filled.addTo(asked.set);
-  filled.cache.getDefaultPolicy(&asked.set);
-  EXPECT_THAT(asked.policies(), ElementsAre(1, 50));
-  const ZrPolicyResult* const last = *asked.set.m_setResult.rbegin();
-  EXPECT_EQ(last->getEntityType(), ZrPolicyCache::DEFAULT);
-  EXPECT_STREQ(last->getEntityName(), "Default Policy");
-  EXPECT_EQ(last->getPriority(), INT_MAX);
-  EXPECT_EQ(last->getRule(), byDefault->m_vecRule[0]);
 }
 
 }  // namespace
