@@ -79,6 +79,17 @@ TEST_F(BadDatabase, UnusableRowIsReportedAndTheRestAnswers) {
   }
 }
 
+TEST_F(BadDatabase, UpgradeOfVersion1SaysWhatItDid) {
+  const std::string file = looseDatabase("INSERT INTO policy VALUES (2, 0, 'two', 0)");
+  expectRefusal(runCommand({"init", "--database", file}), 73, "init --upgrade");
+  EXPECT_EQ(runCommand({"init", "--upgrade", "--force", "--database", file}).status, 64);
+  for (const char* said : {"upgraded from version 1 to 2", "nothing to do"}) {
+    const CommandResult result = runCommand({"init", "--upgrade", "--database", file});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.out, StartsWith(said));
+  }
+}
+
 TEST_F(BadDatabase, StandardDescriptorsThatAreClosedAreNotTheDatabases) {
   const std::string file = m_folder.file("policy.db");
   const CommandSetup setup{"", {0, 1, 2}, "", {}};
