@@ -31,7 +31,7 @@ void upgradeFrom1(Session& session) {
 UpgradeReport PolicyDatabase::upgrade(const DatabaseOptions& options) {
   DatabaseOptions single = options;
   single.poolSize = 1;
-  Source source(single, {}, Access::kMake);
+  Source source(single, {}, Access::kChange);
   Session session(source);
   session.setTask("upgrade the tables");
   std::optional<Transaction> transaction;

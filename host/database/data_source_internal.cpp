@@ -141,7 +141,7 @@ void DataSource::openDsn(const DatabaseOptions& options, Access access) {
     const std::string noCreat = settings.take("NoCreat");
     const std::string database = settings.value("Database");
     if (access == Access::kMake) settings.add("NoCreat", noCreat.empty() ? "0" : noCreat);
-    if (access == Access::kRead && isPath(database)) {
+    if (access != Access::kMake && isPath(database)) {
       m_file.emplace(database, "'" + database + "' of " + placeOf(options));
       settings.take("Database");
     }

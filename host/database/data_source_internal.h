@@ -9,9 +9,9 @@
 
 namespace zrhost {
 
-// What a database is opened for. Reading never creates a file, and asks nothing of a data source that forbids writing;
-// making leaves both to what is there.
-enum class Access { kRead, kMake };
+// What a database is opened for. Only making it may create a file; only reading gets along with a data source that
+// forbids writing.
+enum class Access { kRead, kChange, kMake };
 
 // What to hand to the driver for a database of the options: an SQLite file, for which nothing needs to be configured,
 // or a data source of the administrator's, whose settings are copied. On the way

@@ -157,7 +157,7 @@ std::string behind(const std::string& text, const char* words) {
 // Which right is missing, by the object that the server names.
 std::string missingRight(const FailurePlace& place, const std::string& text) {
   const std::string schema = behind(text, "for schema "), table = behind(text, "for table ");
-  const bool making = place.access == Access::kMake;
+  const bool making = place.access != Access::kRead;
   const std::string lacks = "does not let this user do that: no permission; ";
   if (!schema.empty())
     return lacks + "GRANT " + (making ? "CREATE" : "USAGE") + " ON SCHEMA " + schema + " to the user";

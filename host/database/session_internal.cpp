@@ -98,7 +98,6 @@ Source::Source(const DatabaseOptions& wanted, const std::string& file, Access ac
       m_access(access),
       m_sqlDirectory(sqlDirectoryOf(options)),
       m_dataSource(options, file, access),
-      m_alias(m_dataSource.name(), placeOf(options)),
       m_watch(watched(options, m_dataSource)),
       m_sqlite(m_dataSource.isSqlite()) {
   const auto begun = std::chrono::steady_clock::now();
@@ -113,13 +112,14 @@ Source::Source(const DatabaseOptions& wanted, const std::string& file, Access ac
 
 void Source::connect() {
   withRetries(options, [this] { openPool(); });
-  if (m_access == Access::kMake || !isRefusedToReader() || !m_dataSource.readUnlocked()) return;
+  if (m_access != Access::kRead || !isRefusedToReader() || !m_dataSource.readUnlocked()) return;
   PolicyLog::log(PolicyLog::LEVEL_INFO, "%s is read without locks, which this user may not set",
                  placeOf(options).c_str());
   openPool();
 }
 
 void Source::openPool() {
+  m_alias.emplace(m_dataSource.name(), placeOf(options));
   forgetConnectDiagnostic();
   takeLibraryErrors();
   SilenceWatch::Waiter waiter(m_watch);
@@ -256,7 +256,7 @@ const char* Session::value(const char* column) {
 void Session::fail(const char* thrown) {
   const Diagnostic diagnostic = diagnosticOf(SQL_HANDLE_STMT, m_connection->m_hstmt);
   const FailurePlace place = m_source.place();
-  const bool isExplained = m_file.ends_with(kFindTables) || place.sqlite || place.access == Access::kMake;
+  const bool isExplained = m_file.ends_with(kFindTables) || place.sqlite || place.access != Access::kRead;
   m_running = false;
   const HostError error = diagnostic.state == kNoSuchTable && !isExplained
                               ? missingTable(diagnostic, thrown)

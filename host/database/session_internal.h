@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "db/ZrDataAccess.h"
@@ -46,7 +47,7 @@ class Source {
   const Access m_access;
   std::string m_sqlDirectory;
   DataSource m_dataSource;
-  LogAlias m_alias;
+  std::optional<LogAlias> m_alias;
   SilenceWatch m_watch;
   ZrDataAccess m_pool;
   std::string m_statements;
