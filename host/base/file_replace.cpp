@@ -1,4 +1,4 @@
-#include "host/configfile/file_replace.h"
+#include "host/base/file_replace.h"
 
 #include <array>
 #include <cerrno>
