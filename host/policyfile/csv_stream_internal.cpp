@@ -47,7 +47,7 @@ void CsvStream::readHeader(std::optional<PolicyTable> expected) {
   try {
     if (!m_records.next()) failAt(m_records.lines().place(), "empty: not even a header line");
   } catch (const LineFault& fault) {
-    failAt(place(), "no header line of CSV: " + fault.reason);
+    failAt(place(), "no policy file: neither JSON Lines nor CSV: " + fault.reason);
   }
   for (const std::string_view name : m_records.fields())
     m_header.emplace_back(name);

@@ -24,8 +24,9 @@ struct ErrorFinder : nlohmann::json_sax<Json> {
   bool start_array(std::size_t) override { return true; }
   bool end_array() override { return true; }
   bool parse_error(std::size_t position, const std::string&, const Json::exception& error) override {
+    constexpr int kNumberOverflow = 406;
     column = position;
-    text = error.what();
+    text = error.id == kNumberOverflow ? std::string() : error.what();
     return false;
   }
 
@@ -46,7 +47,9 @@ LineFault jsonFault(std::string_view line) {
   constexpr std::size_t mostShown = 200;
   ErrorFinder finder;
   const bool isJson = Json::sax_parse(line.begin(), line.end(), &finder);
-  if (isJson) return {0, "no JSON that can be used: a number is far out of range, or objects are nested too deeply"};
+  if (isJson || finder.text.empty()) {
+    return {finder.column, "a number is far out of range, or objects are nested too deeply"};
+  }
   return {finder.column, "no JSON: " + shortened(withoutPlace(finder.text), mostShown)};
 }
 

@@ -20,11 +20,11 @@ bool isObject(std::string_view line) {
   return line.starts_with('{') && nlohmann::json::accept(line.begin(), line.end());
 }
 
-// The object up to its closing brace, without a reason that is written as appendJsonRow does. A quote inside of a text
-// is escaped, so what looks like that member is one.
+// The object up to its closing brace, without a reason that is written as here. A quote inside of a text is escaped, so
+// what looks like that member is one.
 std::string_view openObject(std::string_view object) {
   object.remove_suffix(1);
-  constexpr std::string_view kReason = ",\"reason\":\"";
+  constexpr std::string_view kReason = "\"reason\":\"";
   const std::size_t reason = object.rfind(kReason);
   if (reason == std::string_view::npos || !object.ends_with('"')) return object;
   const std::string_view text = object.substr(reason + kReason.size());
@@ -32,7 +32,9 @@ std::string_view openObject(std::string_view object) {
     if (text[i] == '"') return object;  // more than the reason stands behind
     if (text[i] == '\\') ++i;
   }
-  return object.substr(0, reason);
+  object = trimmed(object.substr(0, reason));
+  if (object.ends_with(',')) object.remove_suffix(1);
+  return object;
 }
 
 bool isEmptyObject(std::string_view open) {
