@@ -12,8 +12,8 @@ namespace zrhost {
 
 enum class PolicyFileFormat { kJsonLines, kCsv };
 
-// No line of a policy file, and no record of CSV, is longer (8 MiB): this bounds what reading one holds in memory.
-inline constexpr std::size_t kMostLineBytes = std::size_t{8} << 20U;
+// No line of a policy file, and no record of CSV, is longer (4 MiB): this bounds what reading one holds in memory.
+inline constexpr std::size_t kMostLineBytes = std::size_t{4} << 20U;
 
 // How a policy file is made, so that rejected lines can be written back in the same way.
 struct PolicyFileShape {

@@ -51,22 +51,32 @@ void CsvStream::readHeader(std::optional<PolicyTable> expected) {
   }
   for (const std::string_view name : m_records.fields())
     m_header.emplace_back(name);
-  for (std::size_t i = 0; i < kPolicyTables; ++i) {
-    const PolicyTableFormat& table = formatOf(static_cast<PolicyTable>(i));
-    if (expected && *expected != table.table) continue;
-    const std::string fault = headerFault(table);
-    if (fault.empty()) m_table = &table;
-    if (expected && !fault.empty())
-      failAt(place(), "the header line is not that of " + std::string(table.csvFile) + ": " + fault);
-  }
-  if (m_table != nullptr) return;
+  m_table = &likeliestTable(expected);
+  const std::string fault = headerFault(*m_table);
+  if (fault.empty()) return;
+  if (expected) failAt(place(), "the header line is not that of " + std::string(m_table->csvFile) + ": " + fault);
   failAt(place(),
-         "no policy file: its first line is neither {\"zrpolicy\":1} nor the header line of a table as CSV "
-         "(links need entity_type,entity_name,policy_id,priority)");
+         "no policy file: its first line is neither {\"zrpolicy\":1} nor the header line of a table as CSV; for " +
+             std::string(m_table->csvFile) + ", " + fault);
+}
+
+// The table that has the most columns in common with the header; links when it has none.
+const PolicyTableFormat& CsvStream::likeliestTable(std::optional<PolicyTable> expected) const {
+  const PolicyTableFormat* likeliest = &formatOf(expected.value_or(PolicyTable::kLink));
+  for (std::size_t i = 0; i < kPolicyTables && !expected; ++i) {
+    const PolicyTableFormat& table = formatOf(static_cast<PolicyTable>(i));
+    if (commonColumns(table) > commonColumns(*likeliest)) likeliest = &table;
+  }
+  return *likeliest;
+}
+
+std::ptrdiff_t CsvStream::commonColumns(const PolicyTableFormat& table) const {
+  return std::count_if(m_header.begin(), m_header.end(), [&](const std::string& name) { return isKnown(table, name); });
 }
 
 // What keeps the header from being that of the table; empty when nothing does.
 std::string CsvStream::headerFault(const PolicyTableFormat& table) const {
+  if (m_header.size() == 1 && m_header[0].find(';') != std::string::npos) return "semicolons must be commas";
   for (const std::string& name : m_header) {
     if (!isKnown(table, name)) return "unknown column '" + shortened(name) + "'";
     if (std::count(m_header.begin(), m_header.end(), name) > 1) return "column " + name + " stands twice";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -36,6 +37,8 @@ class CsvStream : public RowStream {
   };
 
   void readHeader(std::optional<PolicyTable> expected);
+  const PolicyTableFormat& likeliestTable(std::optional<PolicyTable> expected) const;
+  std::ptrdiff_t commonColumns(const PolicyTableFormat& table) const;
   std::string headerFault(const PolicyTableFormat& table) const;
   std::vector<Source> sourcesOf(const PolicyTableFormat& table) const;
   std::size_t placeOfColumn(const std::string& name) const;

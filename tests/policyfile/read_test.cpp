@@ -178,15 +178,16 @@ TEST(PolicyFileRead, WhatIsNoWholePolicyFileEndsTheReading) {
       {"{\"zrpolicy\":1}\n" + row + "{\"end\":2}\n", "line 3: the end line tells of 2 rows, but 1 stand before it"},
       {jsonFile({}) + row, "line 3: something stands behind the end line"},
       {"{\"zrpolicy\":1}\n" + jsonFile({}), "line 2: a second policy file begins here"},
-      {"{\"zrpolicy\":1}\n" + longLine, "line 2: longer than 8388608 bytes"},
-      {longLine, "line 1: longer than 8388608 bytes"},
+      {"{\"zrpolicy\":1}\n" + longLine, "line 2: longer than 4194304 bytes"},
+      {longLine, "line 1: longer than 4194304 bytes"},
       {std::string(kLinkHeader) + "1,a,2,3\n1,\"a,2,3\n1,a,2,3\n",
        "line 3: a quoted field begins here that never ends"},
       {std::string(kLinkHeader) + "1,\"" + std::string(zrhost::kMostLineBytes / 2, 'x') + "\n" + longLine.substr(9),
        "line 2: longer"},
-      {"entity_type,entity_name,policy_id\n", "line 1: no policy file"},
-      {"entity_type,entity_name,policy_id,priority,color\n", "line 1: no policy file"},
-      {"entity_type,entity_name,policy_id,priority,priority\n", "line 1: no policy file"},
+      {"entity_type,entity_name,policy_id\n", "for ep_link.csv, column priority is missing"},
+      {"entity_type,entity_name,policy_id,priority,color\n", "for ep_link.csv, unknown column 'color'"},
+      {"user_name,user_name\n", "for group_member.csv, column user_name stands twice"},
+      {"entity_type;entity_name;policy_id;priority\n", "semicolons must be commas"},
   };
   for (const auto& [text, error] : files) {
     const Reading reading(folder.write("f", text));

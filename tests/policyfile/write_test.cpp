@@ -121,7 +121,7 @@ TEST(PolicyFileWrite, ARowThatAFileCannotHoldIsNamedAndTheOldFileStays) {
       {{"7", "0", "john", "20", "1"}, "entity_type is '0', not a whole number from 1 to 6"},
       {{"7", "1", "john", "020", "1"}, "policy_id is the number '020' with needless zeros or sign"},
       {{"-0", "1", "john", "20", "1"}, "link_id is the number '-0'"},
-      {{"7", "1", std::string(zrhost::kMostLineBytes, 'x'), "20", "1"}, "the row takes 8388"},
+      {{"7", "1", std::string(zrhost::kMostLineBytes, 'x'), "20", "1"}, "the row takes 4194"},
   };
   for (const auto& [row, error] : rows) {
     const auto [kind, text] = failureOf([&] {
