@@ -37,6 +37,8 @@ struct PolicyFileOptions {
 // number also where CSV names them, Base64 is decoded. Byte-order mark, CR LF and empty lines are taken, and so is a
 // `reason` beside a row, which says why the row was rejected once.
 //
+// Threads: one at a time.
+//
 // Throws HostError, with file and line:
 //   kNoInput      there is no such file
 //   kInputOutput  it cannot be opened or read

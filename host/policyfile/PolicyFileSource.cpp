@@ -49,7 +49,7 @@ Revision PolicyFileSource::read(RowSink& sink) {
         collector.faults > 1 ? " (" + std::to_string(collector.faults) + " such lines in all)" : "";
     throw HostError(ErrorKind::kBadRow, terminalText(collector.first) + more);
   }
-  const Revision revision;
+  Revision revision;
   sink.onRevision(revision);
   collector.rows.push(sink, m_place);
   return revision;

@@ -1,6 +1,5 @@
 #include "host/policyfile/PolicyFileWriter.h"
 
-#include <utility>
 #include <vector>
 
 #include "host/base/HostError.h"
@@ -131,8 +130,8 @@ std::unique_ptr<PolicyFileWriter> makePolicyFileWriter(const std::string& path, 
   return std::make_unique<JsonLinesWriter>(path);
 }
 
-std::unique_ptr<PolicyFileWriter> makePolicyFileWriter(std::function<void(std::string_view)> write) {
-  return std::make_unique<JsonLinesWriter>(std::move(write));
+std::unique_ptr<PolicyFileWriter> makePolicyFileWriter(const std::function<void(std::string_view)>& write) {
+  return std::make_unique<JsonLinesWriter>(write);
 }
 
 }  // namespace zrhost

@@ -19,6 +19,8 @@ namespace zrhost {
 // number that is none, is out of range or is not written as numbers are ("007"), a line over kMostLineBytes. Bytes that
 // are no UTF-8 (and in CSV zero bytes) are written in Base64.
 //
+// Threads: one at a time.
+//
 // Throws HostError kBadRow with table, key and column for such a row, kInputOutput for what cannot be written.
 class PolicyFileWriter : public RowSink {
  public:
@@ -34,6 +36,6 @@ class PolicyFileWriter : public RowSink {
 std::unique_ptr<PolicyFileWriter> makePolicyFileWriter(const std::string& path, PolicyFileFormat format);
 
 // JSON Lines, handed to `write` in pieces: for standard output. What that throws passes through.
-std::unique_ptr<PolicyFileWriter> makePolicyFileWriter(std::function<void(std::string_view)> write);
+std::unique_ptr<PolicyFileWriter> makePolicyFileWriter(const std::function<void(std::string_view)>& write);
 
 }  // namespace zrhost

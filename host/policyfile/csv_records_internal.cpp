@@ -9,6 +9,11 @@
 
 namespace zrhost {
 
+namespace {
+// By how much the parser's buffer grows: in the library's small steps a long field would be copied thousands of times.
+constexpr std::size_t kBlock = std::size_t{64} << 10U;
+}  // namespace
+
 // The library's parser with what it found of the current record. Only a carriage return is a "blank" that it drops at
 // the ends of fields, and only a line feed ends a record: so blanks stay, and a carriage return inside of quotes as
 // well.
@@ -20,6 +25,7 @@ struct CsvRecords::Parser {
 
   void start() {
     if (csv_init(&csv, CSV_STRICT | CSV_STRICT_FINI) != 0) throw std::bad_alloc();
+    csv_set_blk_size(&csv, kBlock);
     csv_set_space_func(&csv, [](unsigned char c) { return c == CSV_CR ? 1 : 0; });
     csv_set_term_func(&csv, [](unsigned char c) { return c == CSV_LF ? 1 : 0; });
   }

@@ -47,15 +47,16 @@ void CsvStream::readHeader(std::optional<PolicyTable> expected) {
   try {
     if (!m_records.next()) failAt(m_records.lines().place(), "empty: not even a header line");
   } catch (const LineFault& fault) {
-    failAt(place(), "no policy file: neither JSON Lines nor CSV: " + fault.reason);
+    failAt(m_records.place(), "no policy file: neither JSON Lines nor CSV: " + fault.reason);
   }
   for (const std::string_view name : m_records.fields())
     m_header.emplace_back(name);
   m_table = &likeliestTable(expected);
   const std::string fault = headerFault(*m_table);
   if (fault.empty()) return;
-  if (expected) failAt(place(), "the header line is not that of " + std::string(m_table->csvFile) + ": " + fault);
-  failAt(place(),
+  if (expected)
+    failAt(m_records.place(), "the header line is not that of " + std::string(m_table->csvFile) + ": " + fault);
+  failAt(m_records.place(),
          "no policy file: its first line is neither {\"zrpolicy\":1} nor the header line of a table as CSV; for " +
              std::string(m_table->csvFile) + ", " + fault);
 }

@@ -23,9 +23,9 @@ void checkVersion(const RowPlace& place, const JsonLine& line) {
 JsonLinesStream::JsonLinesStream(std::unique_ptr<LineReader> lines) : m_lines(std::move(lines)) {
   RowBuffer rows;
   try {
-    checkVersion(place(), m_parser.parse(m_lines->line(), rows));
+    checkVersion(m_lines->place(), m_parser.parse(m_lines->line(), rows));
   } catch (const LineFault& fault) {
-    failAt(place(), "no policy file: its first line is not {\"zrpolicy\":1}, but " + fault.reason);
+    failAt(m_lines->place(), "no policy file: its first line is not {\"zrpolicy\":1}, but " + fault.reason);
   }
 }
 
