@@ -75,22 +75,24 @@ class RejectWriter::CsvFormat : public Format {
     file(table).write(text);
   }
   void fault(const RowFault& fault, const std::string& reason) override {
-    const auto fields = fault.fields.empty() ? std::vector<std::string>{fault.record} : fault.fields;
-    file(*fault.table).write(record(m_headers[static_cast<std::size_t>(*fault.table)], fields, reason));
+    file(*fault.table).write(record(m_headers[static_cast<std::size_t>(*fault.table)], fault, reason));
   }
   void commit(std::uint64_t) override { m_folder ? m_folder->commit() : m_single->commit(); }
 
  private:
   OutputFile& file(PolicyTable table) { return m_folder ? m_folder->file(table) : *m_single; }
 
-  // The fields as they were, with the reason in its column: where the record has one, or behind the last field.
-  static std::string record(const std::vector<std::string>& header, std::vector<std::string> fields,
-                            const std::string& reason) {
+  // The fields as they were, with the reason in its column or behind them. A record that lacks one field becomes a
+  // single one, or the reason would make up for what is missing, and the values would pass for others.
+  static std::string record(const std::vector<std::string>& header, const RowFault& fault, const std::string& reason) {
+    std::vector<std::string> fields = fault.fields;
     const auto place =
         static_cast<std::size_t>(std::find(header.begin(), header.end(), kReasonColumn) - header.begin());
-    if (place < header.size() && place < fields.size()) {
+    const bool hasReason = place < header.size();
+    if (hasReason && fields.size() == header.size()) {
       fields[place] = reason;
     } else {
+      if (fields.empty() || (hasReason && fields.size() + 1 == header.size())) fields = {fault.record};
       fields.push_back(reason);
     }
     std::string text;

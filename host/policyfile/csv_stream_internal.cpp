@@ -27,6 +27,14 @@ std::optional<std::int64_t> entityTypeNumber(const std::string& name) {
   return found - std::begin(g_rule_entity);
 }
 
+// What a text may be only in Base64.
+void checkText(const PolicyColumn& column, std::string_view text) {
+  const bool hasZero = text.find('\0') != std::string_view::npos;
+  if (!hasZero && isUtf8(text)) return;
+  throw LineFault{0, std::string(column.name) + " holds " + (hasZero ? "a zero byte" : "bytes that are no UTF-8") +
+                         "; such a text belongs in " + base64Column(column) + ", in Base64"};
+}
+
 bool isKnown(const PolicyTableFormat& table, const std::string& name) {
   return name == kReasonColumn ||
          std::any_of(table.columns.begin(), table.columns.end(), [&](const PolicyColumn& known) {
@@ -123,11 +131,6 @@ void CsvStream::checkRecord() const {
     throw LineFault{0,
                     std::to_string(fields) + " fields, where the header line has " + std::to_string(m_header.size())};
   }
-  const std::string_view record = m_records.record();
-  if (!isUtf8(record)) throw LineFault{0, "bytes that are no UTF-8; they belong in a column ..._base64, in Base64"};
-  const std::size_t zero = record.find('\0');
-  if (zero != std::string_view::npos)
-    throw LineFault{zero + 1, "a zero byte; such a text belongs in a column ..._base64"};
 }
 
 void CsvStream::takeField(const PolicyColumn& column, const Source& source, Field& field) const {
@@ -150,7 +153,10 @@ void CsvStream::takeText(const PolicyColumn& column, const Source& source, Field
   const auto fields = m_records.fields();
   const std::string_view plain = source.plain == kNowhere ? std::string_view() : fields[source.plain];
   const std::string_view base64 = source.base64 == kNowhere ? std::string_view() : fields[source.base64];
-  if (base64.empty()) return assign(field, plain);
+  if (base64.empty()) {
+    checkText(column, plain);
+    return assign(field, plain);
+  }
   if (!plain.empty())
     throw LineFault{0, std::string(column.name) + " and " + base64Column(column) + " both hold a text"};
   field = fromBase64(base64);

@@ -2,6 +2,7 @@
 #include <random>
 
 #include "common/temp_folder.h"
+#include "host/policyfile/RejectWriter.h"
 #include "policyfile/seen_rows.h"
 
 namespace zrtest {
@@ -53,6 +54,29 @@ TEST(PolicyFileMutation, NoBytesBreakTheReader) {
     for (const std::string& row : reading.rows)
       EXPECT_EQ(row.find(" - "), row.rfind("link - ", 0) == 0 ? 4U : std::string::npos) << text;
   }
+}
+
+// What was rejected is in the rejects file, once, and that is a policy file whatever was rejected.
+TEST(PolicyFileMutation, RejectsOfAnyBytesCanBeFedBack) {
+  const TempFolder folder;
+  std::mt19937 random(21);
+  std::size_t rejected = 0;
+  for (int i = 0; i < 600; ++i) {
+    const std::string text = mutated(i % 2 == 0 ? kJson : kCsv, random);
+    const std::string path = folder.write("f", text);
+    const Reading reading(path);
+    if (reading.kind) continue;
+    zrhost::RejectWriter rejects(folder.file("rejects"), zrhost::PolicyFileReader(path).shape());
+    for (const zrhost::RowFault& fault : reading.faults)
+      rejects.reject(fault);
+    rejects.commit();
+    const Reading again(folder.file("rejects"));
+    EXPECT_EQ(again.error, "") << text;
+    EXPECT_TRUE(again.rows.empty()) << text;
+    EXPECT_EQ(again.faults.size(), reading.faults.size()) << text;
+    rejected += reading.faults.size();
+  }
+  EXPECT_GT(rejected, 100U);
 }
 
 TEST(PolicyFileMutation, AFileThatWasCutIsNeverTaken) {

@@ -132,8 +132,8 @@ TEST(PolicyFileRead, ALineThatIsNoRowIsReportedWithItsPlaceAndTheRestIsRead) {
   const std::pair<std::string, const char*> records[] = {
       {"1,a,2", "line 3: 3 fields, where the header line has 4"},
       {"1,a,2,3,4", "line 3: 5 fields, where the header line has 4"},
-      {"1,\xff,2,3", "bytes that are no UTF-8; they belong in a column"},
-      {std::string("1,\0,2,3", 7), "column 3: a zero byte"},
+      {"1,\xff,2,3", "entity_name holds bytes that are no UTF-8; such a text belongs in entity_name_base64"},
+      {std::string("1,\0,2,3", 7), "entity_name holds a zero byte"},
       {"1,a,,3", "policy_id is '', not a whole number"},
       {"1,a, 2,3", "policy_id is ' 2', not a whole number"},
       {"DEFAULT,a,2,3", "entity_type is '0', not a whole number from 1 to 6"},
