@@ -12,6 +12,8 @@ constexpr int exitStatus(zrhost::ErrorKind kind) {
       return 64;
     case zrhost::ErrorKind::kBadRow:
       return 65;
+    case zrhost::ErrorKind::kNoInput:
+      return 66;
     case zrhost::ErrorKind::kUnreachable:
       return 69;
     case zrhost::ErrorKind::kTablesPresent:
@@ -36,6 +38,7 @@ constexpr ExitStatusMeaning kExitStatusMeanings[] = {
     {1, "nothing applies; config get: not set; check, config check: there are findings"},
     {exitStatus(zrhost::ErrorKind::kUsage), "usage: an option, a command, or a question that is none"},
     {exitStatus(zrhost::ErrorKind::kBadRow), "a bad row under --strict; a batch with bad lines"},
+    {exitStatus(zrhost::ErrorKind::kNoInput), "an input file is not there"},
     {exitStatus(zrhost::ErrorKind::kUnreachable), "the database cannot be reached or opened"},
     {exitStatus(zrhost::ErrorKind::kInternal), "internal error, or out of memory"},
     {exitStatus(zrhost::ErrorKind::kTablesPresent), "init refused: the tables are there"},

@@ -3,11 +3,11 @@
 #include <functional>
 #include <utility>
 
+#include "host/base/file_replace.h"
 #include "host/base/terminal_text.h"
 #include "host/configfile/config_lines.h"
 #include "host/configfile/config_sections.h"
 #include "host/configfile/config_text_edit.h"
-#include "host/configfile/file_replace.h"
 
 namespace zrhost {
 

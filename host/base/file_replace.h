@@ -40,6 +40,8 @@ class Replacement {
 
   void write(const std::string& text);
   const std::string& path() const { return m_temporary; }
+  // To the disk; what then still can fail is the rename.
+  void flush();
   // To the disk, then into the place of the real file.
   void commit();
 

@@ -1,4 +1,4 @@
-#include "host/configfile/file_replace.h"
+#include "host/base/file_replace.h"
 
 #include <array>
 #include <cerrno>
@@ -121,8 +121,12 @@ void Replacement::write(const std::string& text) {
   }
 }
 
-void Replacement::commit() {
+void Replacement::flush() {
   if (fsync(m_descriptor.get()) != 0) fail("cannot write");
+}
+
+void Replacement::commit() {
+  flush();
   if (std::rename(m_temporary.c_str(), m_path.c_str()) != 0) fail("cannot replace");
   m_temporary.clear();
 }
