@@ -70,7 +70,7 @@ TEST_F(BadDatabase, UnusableRowIsReportedAndTheRestAnswers) {
     const std::string file = looseDatabase(row);
     const CommandResult load = runCommand({"load", "--database", file});
     EXPECT_EQ(load.status, 0) << row;
-    EXPECT_THAT(load.out, HasSubstr("refused rows      1\n")) << row;
+    EXPECT_THAT(load.out, HasSubstr("refused rows     1\n")) << row;
     EXPECT_THAT(load.err, testing::AllOf(StartsWith("zrpolicy: left out: "), HasSubstr(named))) << row;
     expectRefusal(runCommand({"lookup", "--strict", "--all", "--database", file}), 65, named);
     const CommandResult lookup = runCommand({"lookup", "--user", "john", "--database", file});

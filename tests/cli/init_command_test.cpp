@@ -40,7 +40,7 @@ class InitCommand : public testing::Test {
   void expectWhole(const Words& place, const CommandSetup& setup = {}) {
     Words words = {"load"};
     words.insert(words.end(), place.begin(), place.end());
-    EXPECT_THAT(runCommand(words, setup).out, HasSubstr("links             33\n"));
+    EXPECT_THAT(runCommand(words, setup).out, HasSubstr("links            33\n"));
   }
 
   TempFolder m_folder;

@@ -82,7 +82,7 @@ TEST(Usage, CompletionOffersWhatTheCommandTakesAndNoMore) {
   folder.write("my file", "");
   const std::string ini = folder.write("odbc.ini", "[policies]\nDriver=x\n[my source]\nDriver=x\n");
   const std::pair<const char*, const char*> cases[] = {
-      {"''", "init|lookup|load|config|help|"},
+      {"''", "init|lookup|load|check|config|help|"},
       {"lookup --js", "--json|"},
       {"load --js", ""},
       {"config check ''", "--help|--config|"},

@@ -6,6 +6,7 @@
 
 #include "db/ZrDataAccess.h"
 #include "host/host_test_support.h"
+#include "host/load/CacheSink.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -96,7 +97,8 @@ TEST_P(Schema, MembersAreReadInTheOrderOfTheirBytes) {
   ZrPolicyCache cache;
   const zrhost::LoadOptions options;
   LoadReport report;
-  MemberSink sink(cache, options, report);
+  zrhost::GroupMembers none;
+  MemberSink sink(cache, none, options, report);
   PolicyDatabase(place->options()).read(sink);
   EXPECT_THAT(sink.members, ElementsAre(",", "B,u", "a,U", "a,u", "a-,u", "ab,u", "b,u", "\u00e9,u"));
 }
