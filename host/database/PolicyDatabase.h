@@ -35,11 +35,10 @@ struct UpgradeReport {
 // One policy database over ODBC, through a pool of the library's. Databases of schema version 1 are read as well; they
 // have no members of groups.
 //
-// Failures arrive as HostError. What the library logged at level 1 on the way is part of the text when the program's
-// log sink hands it over (host/log).
+// Failures arrive as HostError, with what the driver said about the very call that failed.
 //
-// Threads: read may run in as many threads at once as the pool has connections; a further one gets kUnreachable.
-// Any number of objects at once, made and destroyed in any threads.
+// Threads: read may run in as many threads at once as the pool has connections; a further one gets kUnreachable. Any
+// number of objects may live in a process, made and destroyed at any time by any thread (odbc_entry_internal.h).
 class PolicyDatabase : public RowSource {
  public:
   // Connects. An SQLite file is never created. Throws HostError
@@ -47,7 +46,10 @@ class PolicyDatabase : public RowSource {
   //   kUnreachable        a missing file, a folder, no permission, an unknown data source, a refused or dead server, a
   //                       wrong password, a locked file: each reads differently
   //   kNotPolicyDatabase  a file that is no SQLite database
-  //   kInputOutput        the private ODBC entries or the statement files cannot be written or read
+  //   kInputOutput        the ODBC entries cannot be made, or a statement file cannot be read or used
+  //
+  // An SQLite file in WAL mode is read without locks where this user may not write to its folder and nothing is in its
+  // log. Should it be written to all the same, this and every later reading ends with kUnreachable: make a new object.
   explicit PolicyDatabase(const DatabaseOptions& options);
   ~PolicyDatabase() override;
   PolicyDatabase(const PolicyDatabase&) = delete;

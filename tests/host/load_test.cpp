@@ -129,6 +129,7 @@ TEST(LoadPostgres, TextsOfADatabaseWithoutAnEncodingAreReadAsTheyStand) {
     zrhost::DatabaseOptions options;
     options.dsn = OdbcEntries::freshName();
     options.user = PostgresServer::kUser;
+    options.sqlDirectory = ZR_TEST_SCHEMA;
     entries.addPostgres(options.dsn, server.socketFolder(), name, driver);
     zrhost::PolicyDatabase::init(options, {false, true});
     server.run(name,
