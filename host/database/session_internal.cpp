@@ -239,8 +239,9 @@ bool Session::next() {
 
 void Session::take(const char* column, Field& field) {
   const char* text = value(column);
-  if (*text == '\0') return field.reset();
-  field ? field->assign(text + 1) : field.emplace(text + 1);
+  // NULL reads as an empty text; only the column's record tells them apart.
+  if (*text == '\0' && m_connection->m_mapColumn.find(column)->second->m_isNull) return field.reset();
+  field ? field->assign(text) : field.emplace(text);
 }
 
 const char* Session::value(const char* column) {

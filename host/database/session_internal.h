@@ -72,7 +72,7 @@ class Session {
   bool next();
   // The text of a column as it is.
   std::string text(const char* column) { return value(column); }
-  // A column that a statement marks with '=' in front of what is there, so that NULL differs from an empty text.
+  // The same, or nothing for NULL.
   void take(const char* column, Field& field);
   // The SQLSTATE of the last statement that failed.
   const std::string& sqlState() const { return m_sqlState; }

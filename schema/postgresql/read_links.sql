@@ -1,7 +1,7 @@
-SELECT COALESCE('=' || l.link_id, '') AS link_id,
-  COALESCE('=' || l.entity_type, '') AS entity_type,
-  COALESCE('=' || l.entity_name, '') AS entity_name,
-  COALESCE('=' || l.policy_id, '') AS policy_id,
-  COALESCE('=' || l.priority, '') AS priority
+SELECT l.link_id,
+  l.entity_type,
+  l.entity_name,
+  l.policy_id,
+  l.priority
 FROM ep_link l
 ORDER BY l.priority, l.link_id

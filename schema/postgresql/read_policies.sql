@@ -1,6 +1,6 @@
-SELECT COALESCE('=' || p.policy_id, '') AS policy_id,
-  COALESCE('=' || p.policy_type, '') AS policy_type,
-  COALESCE('=' || p.policy_name, '') AS policy_name,
-  COALESCE('=' || p.is_default, '') AS is_default
+SELECT p.policy_id,
+  p.policy_type,
+  p.policy_name,
+  p.is_default
 FROM policy p
 ORDER BY p.policy_id

@@ -1,9 +1,9 @@
-SELECT COALESCE('=' || r.policy_id, '') AS policy_id,
-  COALESCE('=' || r.position, '') AS position,
-  COALESCE('=' || r.rule_id, '') AS rule_id,
-  COALESCE('=' || r.rule_type, '') AS rule_type,
-  COALESCE('=' || r.rule_name, '') AS rule_name,
-  COALESCE('=' || r.ldap_setting, '') AS ldap_setting,
-  COALESCE('=' || r.action, '') AS action
+SELECT r.policy_id,
+  r.position,
+  r.rule_id,
+  r.rule_type,
+  r.rule_name,
+  r.ldap_setting,
+  r.action
 FROM policy_rule r
 ORDER BY r.policy_id, r.position

@@ -1,7 +1,7 @@
-SELECT COALESCE('=' || l.link_id, '') AS link_id,
-  COALESCE('=' || l.entity_type, '') AS entity_type,
-  COALESCE('=' || l.entity_name, '') AS entity_name,
-  COALESCE('=' || l.policy_id, '') AS policy_id,
-  COALESCE('=' || l.priority, '') AS priority
+SELECT CAST(l.link_id AS TEXT) AS link_id,
+  CAST(l.entity_type AS TEXT) AS entity_type,
+  CAST(l.entity_name AS TEXT) AS entity_name,
+  CAST(l.policy_id AS TEXT) AS policy_id,
+  CAST(l.priority AS TEXT) AS priority
 FROM ep_link l
 ORDER BY CAST(l.priority AS INTEGER), CAST(l.link_id AS INTEGER)

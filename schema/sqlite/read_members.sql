@@ -1,4 +1,4 @@
-SELECT COALESCE('=' || m.group_name, '') AS group_name,
-  COALESCE('=' || m.user_name, '') AS user_name
+SELECT CAST(m.group_name AS TEXT) AS group_name,
+  CAST(m.user_name AS TEXT) AS user_name
 FROM group_member m
 ORDER BY m.group_name, m.user_name

@@ -1,6 +1,6 @@
-SELECT COALESCE('=' || p.policy_id, '') AS policy_id,
-  COALESCE('=' || p.policy_type, '') AS policy_type,
-  COALESCE('=' || p.policy_name, '') AS policy_name,
-  COALESCE('=' || p.is_default, '') AS is_default
+SELECT CAST(p.policy_id AS TEXT) AS policy_id,
+  CAST(p.policy_type AS TEXT) AS policy_type,
+  CAST(p.policy_name AS TEXT) AS policy_name,
+  CAST(p.is_default AS TEXT) AS is_default
 FROM policy p
 ORDER BY CAST(p.policy_id AS INTEGER)

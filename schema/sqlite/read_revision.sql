@@ -1,4 +1,4 @@
-SELECT COALESCE('=' || r.epoch, '') AS epoch,
-  COALESCE('=' || r.revision, '') AS revision,
-  COALESCE('=' || r.schema_version, '') AS schema_version
+SELECT CAST(r.epoch AS TEXT) AS epoch,
+  CAST(r.revision AS TEXT) AS revision,
+  CAST(r.schema_version AS TEXT) AS schema_version
 FROM policy_revision r

@@ -1,9 +1,9 @@
-SELECT COALESCE('=' || r.policy_id, '') AS policy_id,
-  COALESCE('=' || r.position, '') AS position,
-  COALESCE('=' || r.rule_id, '') AS rule_id,
-  COALESCE('=' || r.rule_type, '') AS rule_type,
-  COALESCE('=' || r.rule_name, '') AS rule_name,
-  COALESCE('=' || r.ldap_setting, '') AS ldap_setting,
-  COALESCE('=' || r.action, '') AS action
+SELECT CAST(r.policy_id AS TEXT) AS policy_id,
+  CAST(r.position AS TEXT) AS position,
+  CAST(r.rule_id AS TEXT) AS rule_id,
+  CAST(r.rule_type AS TEXT) AS rule_type,
+  CAST(r.rule_name AS TEXT) AS rule_name,
+  CAST(r.ldap_setting AS TEXT) AS ldap_setting,
+  CAST(r.action AS TEXT) AS action
 FROM policy_rule r
 ORDER BY CAST(r.policy_id AS INTEGER), CAST(r.position AS INTEGER)
