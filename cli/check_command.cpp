@@ -9,6 +9,7 @@
 #include "cli/progress_bar.h"
 #include "cli/standard_streams.h"
 #include "host/check/FindingReport.h"
+#include "host/policyfile/PolicyFileSource.h"
 
 namespace zrcli {
 
@@ -16,7 +17,8 @@ namespace {
 
 constexpr char kDescription[] =
     "Find what is wrong with the policies.\n"
-    "Examines every row of the policy database: what loading refuses, and what loads and yet cannot be meant, as a "
+    "Examines every row of the policy database, or of a policy file (--file): what loading refuses, and what loads and "
+    "yet cannot be meant, as a "
     "name "
     "that no question finds. Each finding has a code, a severity, its table and key, the reason and a remedy. Status 0 "
     "without findings, 1 with some.\n";
@@ -28,6 +30,7 @@ constexpr char kExamples[] =
     "    zrpolicy check --database sample.db --format sarif > findings.sarif\n";
 
 struct CheckArguments {
+  std::string file;  // empty: a database
   std::string format = "text";
   std::string severity = zrhost::severityName(zrhost::CheckOptions().least);
   std::string actions = "postfix";
@@ -43,6 +46,15 @@ zrhost::CheckOptions checkOptions(const CheckArguments& arguments) {
   return options;
 }
 
+// What is no row at all cannot be judged: the first hundred such lines are listed, and the check ends with them.
+std::unique_ptr<zrhost::PolicyFileSource> fileSource(const std::string& path, ProgressBar& bar) {
+  constexpr int kMostListed = 100;
+  return std::make_unique<zrhost::PolicyFileSource>(path, [&bar, listed = 0](const zrhost::RowFault& fault) mutable {
+    bar.clear();
+    if (listed++ < kMostListed) printError(fault.text());
+  });
+}
+
 int check(const CommandContext& context, const CheckArguments& arguments) {
   ProgressBar bar;
   StandardOutput output;
@@ -54,8 +66,15 @@ int check(const CommandContext& context, const CheckArguments& arguments) {
   zrhost::CheckOptions options = checkOptions(arguments);
   options.onFinding = [&report](const zrhost::Finding& finding) { report->add(finding); };
   options.onProgress = [&bar](std::uint64_t rows) { bar.show(rows); };
-  zrhost::PolicyDatabase database(databaseOptions(context));
-  const zrhost::CheckSummary summary = zrhost::checkRows(database, options);
+  std::unique_ptr<zrhost::RowSource> source;
+  if (arguments.file.empty()) {
+    source = std::make_unique<zrhost::PolicyDatabase>(databaseOptions(context));
+  } else {
+    auto file = fileSource(arguments.file, bar);
+    options.place = &file->place();
+    source = std::move(file);
+  }
+  const zrhost::CheckSummary summary = zrhost::checkRows(*source, options);
   report->finish(summary);
   output.close();
   return summary.total() == 0 ? 0 : 1;
@@ -89,6 +108,12 @@ void addCheckCommand(CLI::App& program, CommandContext& context) {
   CLI::App* command = program.add_subcommand("check", kDescription);
   command->footer(footer());
   const auto arguments = std::make_shared<CheckArguments>();
+  command
+      ->add_option("--file", arguments->file,
+                   "A policy file that is checked in place of a database: JSON Lines, a folder of CSV files, one CSV "
+                   "file, or - for standard input.")
+      ->type_name("FILE")
+      ->group("Findings");
   addChoice(*command, "--severity", arguments->severity, {"error", "warning", "note"},
             "The least that is shown and counted: error, warning or note. Default: warning.");
   command
@@ -105,6 +130,8 @@ void addCheckCommand(CLI::App& program, CommandContext& context) {
   addChoice(*command, "--format", arguments->format, {"text", "json", "sarif"},
             "text for people, json or sarif (2.1.0) for programs. Default: text.");
   addSettingOptions(*command, context);
+  for (const char* other : {"--database", "--dsn"})
+    command->get_option("--file")->excludes(command->get_option(other));
   command->callback(
       [&context, arguments] { context.run = [&context, arguments] { return check(context, *arguments); }; });
 }

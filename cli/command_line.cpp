@@ -12,6 +12,7 @@
 #include "cli/command_context.h"
 #include "cli/config_command.h"
 #include "cli/exit_status.h"
+#include "cli/export_command.h"
 #include "cli/help_command.h"
 #include "cli/help_format.h"
 #include "cli/init_command.h"
@@ -55,6 +56,7 @@ void addCommands(CLI::App& program, CommandContext& context) {
   addLookupCommand(program, context);
   addLoadCommand(program, context);
   addCheckCommand(program, context);
+  addExportCommand(program, context);
   addConfigCommand(program, context);
   addHelpCommand(program, context);
   program.set_version_flag("--version", "zrpolicy " ZR_VERSION, "Print the version and leave.");

@@ -29,8 +29,8 @@ void readRules(Session& session, RowSink& sink) {
   }
 }
 
-void readLinks(Session& session, RowSink& sink) {
-  session.run("read_links.sql");
+void readLinks(Session& session, RowSink& sink, const char* statement) {
+  session.run(statement);
   for (LinkRow row; session.next(); sink.onLink(row)) {
     session.take("link_id", row.linkId);
     session.take("entity_type", row.entityType);
@@ -78,6 +78,18 @@ Revision beginReadingAll(std::optional<Transaction>& transaction, Session& sessi
 
 struct PolicyDatabase::Parts : Source {
   using Source::Source;
+
+  Revision readAll(RowSink& sink, const char* linkStatement) {
+    Session session(*this);
+    std::optional<Transaction> transaction;
+    Revision revision = beginReadingAll(transaction, session);
+    sink.onRevision(revision);
+    readPolicies(session, sink);
+    readRules(session, sink);
+    readLinks(session, sink, linkStatement);
+    if (revision.schemaVersion >= 2) readMembers(session, sink);
+    return revision;
+  }
 };
 
 PolicyDatabase::PolicyDatabase(const DatabaseOptions& options) : m_parts(std::make_unique<Parts>(options)) {}
@@ -85,15 +97,11 @@ PolicyDatabase::PolicyDatabase(const DatabaseOptions& options) : m_parts(std::ma
 PolicyDatabase::~PolicyDatabase() = default;
 
 Revision PolicyDatabase::read(RowSink& sink) {
-  Session session(*m_parts);
-  std::optional<Transaction> transaction;
-  Revision revision = beginReadingAll(transaction, session);
-  sink.onRevision(revision);
-  readPolicies(session, sink);
-  readRules(session, sink);
-  readLinks(session, sink);
-  if (revision.schemaVersion >= 2) readMembers(session, sink);
-  return revision;
+  return m_parts->readAll(sink, "read_links.sql");
+}
+
+Revision PolicyDatabase::readByKey(RowSink& sink) {
+  return m_parts->readAll(sink, "read_links_by_key.sql");
 }
 
 Revision PolicyDatabase::revision() {

@@ -67,6 +67,10 @@ class PolicyDatabase : public RowSource {
   //   kUnreachable        the connection was lost, no connection is idle, the file or a table stayed locked for 5 s
   Revision read(RowSink& sink) override;
 
+  // The same, with the links in ascending link_id: as text of one line a row, states that differ in one row differ in
+  // one line. Not for caches, whose answers depend on the order that RowSink promises.
+  Revision readByKey(RowSink& sink);
+
   // Only the revision, at the price of a few small statements; throws as read does.
   Revision revision();
 

@@ -19,7 +19,12 @@ TEST(Usage, HelpAndVersionSucceedAndTheManualPageHasEveryOptionOfTheHelp) {
   const std::string page = readFile(ZR_SOURCE_FOLDER "/docs/man/zrpolicy.1");
   const std::regex option("\n    (?:-h, )?--([a-z-]+)");
   std::set<std::string> names;
-  for (const Words& words : {Words{"--help"}, {"init", "--help"}, {"lookup", "-h"}, {"load", "--help"}}) {
+  for (const Words& words : {Words{"--help"},
+                             {"init", "--help"},
+                             {"lookup", "-h"},
+                             {"load", "--help"},
+                             {"check", "--help"},
+                             {"export", "--help"}}) {
     const CommandResult result = runCommand(words);
     EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.out, testing::AllOf(StartsWith("NAME\n    zrpolicy"), HasSubstr("\nEXIT STATUS\n")));
@@ -47,6 +52,9 @@ TEST(Usage, WrongCommandLineIsOneLineThatNamesWhatIsWrong) {
       {{"lookup", "--database", "x", "--stdin", "--all"}, "--stdin"},
       {{"lookup", "--database=", "--all"}, "--database"},
       {{"lookup", "--database", "x", "--dsn", "y", "--all"}, "--dsn"},
+      {{"check", "--file", "x", "--dsn", "y"}, "--file excludes --dsn"},
+      {{"check", "--database", "x", "--ignore", "nonsense"}, "there is no code nonsense"},
+      {{"export", "--database", "x", "--format", "csv"}, "name the folder"},
       {{"load", "--database", "x", "--log-level", "5"}, "--log-level"},
       {{"load", "--database", "x", "--database", "y"}, "--database"},
       {{"load", "--dsn", "x", "--password-file", "/etc/passwd"}, "others may read or write it"},
@@ -82,7 +90,7 @@ TEST(Usage, CompletionOffersWhatTheCommandTakesAndNoMore) {
   folder.write("my file", "");
   const std::string ini = folder.write("odbc.ini", "[policies]\nDriver=x\n[my source]\nDriver=x\n");
   const std::pair<const char*, const char*> cases[] = {
-      {"''", "init|lookup|load|check|config|help|"},
+      {"''", "init|lookup|load|check|export|config|help|"},
       {"lookup --js", "--json|"},
       {"load --js", ""},
       {"config check ''", "--help|--config|"},
