@@ -68,7 +68,7 @@ class ZR_EXPORT ConfigFile {
   // section and name, all others stay. From then on refresh() and dump() mean this file.
   //
   // Returns 0, also for a file with lines that mean nothing (they are dropped in silence) and for one whose reading
-  // fails in the middle or at once, as a directory's does: what was read by then counts. Returns -1 when the file
+  // fails in the middle or at once, as a folder's does: what was read by then counts. Returns -1 when the file
   // cannot be opened; then ok() is false, and settings and file name stay as they were.
   //
   // Which characters may stand in a name depends on the process's locale (isalnum), as it is during the call.

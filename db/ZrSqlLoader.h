@@ -6,7 +6,7 @@
 
 #include "support/export.h"
 
-// SQL statements kept in text files, one template a file, in one directory. A template is a printf format: its
+// SQL statements kept in text files, one template a file, in one folder. A template is a printf format: its
 // conversions are filled with the caller's values, in order; a percent sign is written "%%".
 //
 // The text of a file is, for each of its lines, one blank and the line: "SELECT a\nFROM t\n" reads as
@@ -20,20 +20,20 @@
 // Such a text is cut at 255 bytes, the one of a file that cannot be opened at 511. Nothing is logged.
 class ZR_EXPORT ZrSqlLoader {
  public:
-  // Reads from the working directory ("./").
+  // Reads from the working folder ("./").
   ZrSqlLoader();
-  // Reads from the directory `pszDir` (not null), with or without a slash at its end. With the empty text, names are
+  // Reads from the folder `pszDir` (not null), with or without a slash at its end. With the empty text, names are
   // opened as they stand. Throws "Specified directory for SQL statements doesn't exist" (const char*) when it is not
   // there or may not be read.
   explicit ZrSqlLoader(const char* pszDir);
 
-  // The text of the file `pszSqlName` of the directory; no extension is added. A name with a slash or a backslash in it
-  // is a path of its own, opened without the directory in front. A whole path has at most 511 bytes.
+  // The text of the file `pszSqlName` of the folder; no extension is added. A name with a slash or a backslash in it
+  // is a path of its own, opened without the folder in front. A whole path has at most 511 bytes.
   //
   // Throws
   //   "ZrSqlLoader::getSQL(), invalid arguments" (const char*)           the name is null
   // and, as char*, with the name, the open one with the whole path, at their end
-  //   "ZrSqlLoader::loadSQL(), the path + file name exceeds buffer size, %s"  directory and name are too long
+  //   "ZrSqlLoader::loadSQL(), the path + file name exceeds buffer size, %s"  folder and name are too long
   //   "ZrSqlLoader::loadSQL(), the file name exceeds buffer size, %s"         a path of its own is too long
   //   "ZrSqlLoader::loadSQL(), failed to open %s"
   //   "ZrSqlLoader::loadSQL(), failed to load %s"                             it cannot be read, or no memory
