@@ -19,6 +19,7 @@
 #include "cli/load_command.h"
 #include "cli/lookup_command.h"
 #include "cli/standard_streams.h"
+#include "cli/test_command.h"
 #include "host/base/HostError.h"
 #include "host/log/LibraryErrors.h"
 #include "host/log/LogSink.h"
@@ -57,6 +58,7 @@ void addCommands(CLI::App& program, CommandContext& context) {
   addLoadCommand(program, context);
   addCheckCommand(program, context);
   addExportCommand(program, context);
+  addTestCommand(program, context);
   addConfigCommand(program, context);
   addHelpCommand(program, context);
   program.set_version_flag("--version", "zrpolicy " ZR_VERSION, "Print the version and leave.");

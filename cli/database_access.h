@@ -15,4 +15,8 @@ zrhost::DatabaseOptions databaseOptions(const CommandContext& context);
 // Loads the policy database of the command line; throws HostError.
 std::shared_ptr<const zrhost::Snapshot> loadPolicies(const CommandContext& context, zrhost::LoadOptions options);
 
+// The same for questions: warns on standard error of rows that were left out, and with `withGroups` of a database that
+// knows no members, since an answer may lack what they say.
+std::shared_ptr<const zrhost::Snapshot> loadToAsk(const CommandContext& context, bool withGroups);
+
 }  // namespace zrcli

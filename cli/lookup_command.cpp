@@ -57,33 +57,6 @@ struct Lookup {
   LookupOptions options;
 };
 
-// Rows that cannot be used do not stop a lookup, but its answer may lack what they say.
-void warnOfRefusedRows(const zrhost::LoadReport& report, const std::string& first) {
-  if (report.refused == 0) return;
-  printError("warning: " + std::to_string(report.refused) + " unusable row(s) of the database were left out, first " +
-             first + "; see all with zrpolicy load");
-}
-
-// Without its members a user's answer may lack what the groups would add.
-void warnOfMissingMembers(const zrhost::Revision& revision) {
-  constexpr int kFirstWithMembers = 2;
-  if (revision.schemaVersion >= kFirstWithMembers) return;
-  printError("warning: a policy database of version " + std::to_string(revision.schemaVersion) +
-             " knows no members of groups; see zrpolicy init --upgrade");
-}
-
-std::shared_ptr<const zrhost::Snapshot> loadForLookup(const CommandContext& context, bool withGroups) {
-  std::string first;
-  zrhost::LoadOptions options;
-  options.onRefused = [&first](const zrhost::RefusedRow& row) {
-    if (first.empty()) first = row.text();
-  };
-  auto snapshot = loadPolicies(context, options);
-  warnOfRefusedRows(snapshot->report(), first);
-  if (withGroups) warnOfMissingMembers(snapshot->report().revision);
-  return snapshot;
-}
-
 int lookup(const CommandContext& context, const Lookup& lookup) {
   if (lookup.question.empty() && !lookup.fromStandardInput) {
     throw zrhost::HostError(zrhost::ErrorKind::kUsage,
@@ -94,7 +67,7 @@ int lookup(const CommandContext& context, const Lookup& lookup) {
     throw zrhost::HostError(zrhost::ErrorKind::kUsage,
                             "lookup: --stdin takes its questions from standard input; give no other question with it");
   }
-  const auto snapshot = loadForLookup(context, lookup.options.withGroups);
+  const auto snapshot = loadToAsk(context, lookup.options.withGroups);
   return lookup.fromStandardInput ? answerBatch(*snapshot, lookup.options)
                                   : answerOne(*snapshot, lookup.question, lookup.options);
 }

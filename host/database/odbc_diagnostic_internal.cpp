@@ -2,6 +2,7 @@
 
 #include <array>
 #include <dlfcn.h>
+#include <mutex>
 #include <sqlext.h>
 
 namespace zrhost {
@@ -74,6 +75,10 @@ extern "C" __attribute__((weak, visibility("default"))) SQLRETURN SQLConnect(SQL
                                                                              SQLSMALLINT passwordLength) {
   static const auto real = reinterpret_cast<decltype(&SQLConnect)>(dlsym(RTLD_NEXT, "SQLConnect"));
   if (real == nullptr) return SQL_ERROR;
+  // psqlodbc changes the locale of the whole process for a moment while it connects, which no two threads may do at
+  // once. A silent server keeps others waiting here no longer than its own attempt may take.
+  static std::mutex oneAtATime;
+  const std::lock_guard<std::mutex> lock(oneAtATime);
   const SQLRETURN result = real(connection, source, sourceLength, user, userLength, password, passwordLength);
   try {
     zrhost::t_connect = SQL_SUCCEEDED(result) ? zrhost::Diagnostic() : zrhost::diagnosticOf(SQL_HANDLE_DBC, connection);

@@ -149,6 +149,20 @@ TEST_F(LookupTest, LogLevelShowsTheStepsAndNoPassword) {
   EXPECT_THAT(result.err, Not(HasSubstr("hush")));
 }
 
+TEST_F(LookupTest, ExpectationsAreTriedAndRecorded) {
+  const std::string file = m_folder.write("site.expect", "all\n# comment\n");
+  EXPECT_EQ(runCommand({"test", "--database", m_file, "--record", file}).status, 0);
+  const CommandResult same = runCommand({"test", "--database", m_file, file});
+  EXPECT_EQ(same.out, "ok    " + file + ":1: all\n1 of 1 as expected\n");
+  const std::string junit = m_folder.file("junit.xml");
+  m_folder.write("site.expect", "all => none\n");
+  const CommandResult other = runCommand({"test", "--database", m_file, file, "--junit", junit});
+  EXPECT_EQ(other.status, 1);
+  EXPECT_THAT(other.out, HasSubstr("FAIL  " + file + ":1: all: expected none, answered "));
+  EXPECT_THAT(readFile(junit), HasSubstr("failures=\"1\""));
+  EXPECT_EQ(runCommand({"test", "--database", m_file, m_folder.file("missing")}).status, 66);
+}
+
 TEST_F(LookupTest, LoadCountsWhatThereIs) {
   const CommandResult result = runCommand({"load", "--database", m_file});
   EXPECT_EQ(result.status, 0);

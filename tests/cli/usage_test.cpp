@@ -24,7 +24,8 @@ TEST(Usage, HelpAndVersionSucceedAndTheManualPageHasEveryOptionOfTheHelp) {
                              {"lookup", "-h"},
                              {"load", "--help"},
                              {"check", "--help"},
-                             {"export", "--help"}}) {
+                             {"export", "--help"},
+                             {"test", "--help"}}) {
     const CommandResult result = runCommand(words);
     EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.out, testing::AllOf(StartsWith("NAME\n    zrpolicy"), HasSubstr("\nEXIT STATUS\n")));
@@ -90,7 +91,7 @@ TEST(Usage, CompletionOffersWhatTheCommandTakesAndNoMore) {
   folder.write("my file", "");
   const std::string ini = folder.write("odbc.ini", "[policies]\nDriver=x\n[my source]\nDriver=x\n");
   const std::pair<const char*, const char*> cases[] = {
-      {"''", "init|lookup|load|check|export|config|help|"},
+      {"''", "init|lookup|load|check|export|test|config|help|"},
       {"lookup --js", "--json|"},
       {"load --js", ""},
       {"config check ''", "--help|--config|"},
