@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <thread>
 
 #include "common/log_capture.h"
 #include "host/ask/Answer.h"

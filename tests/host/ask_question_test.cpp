@@ -23,19 +23,19 @@ std::string refusalOf(const std::string& line) {
 }
 
 TEST(Question, PartsKeepTheirOrderAndTheirKeysEveryByte) {
-  const Question question =
-      parseQuestion("other POP3_Mail_Sender\tall\tuser J\xc3\xb6rg \xff user\tip 10.0.0.7\tdefault\tgroup a\thost a");
-  ASSERT_EQ(question.size(), 7U);
-  EXPECT_EQ(question[0].entityType, ZrPolicyCache::OTHER);
-  EXPECT_EQ(question[0].key, "POP3_Mail_Sender");
-  EXPECT_EQ(question[1].kind, Kind::kAll);
-  EXPECT_EQ(question[2].entityType, ZrPolicyCache::USER);
-  EXPECT_EQ(question[2].key, "J\xc3\xb6rg \xff user");
-  EXPECT_EQ(question[3].kind, Kind::kAddress);
-  EXPECT_EQ(question[3].key, "10.0.0.7");
-  EXPECT_EQ(question[4].kind, Kind::kDefault);
-  EXPECT_EQ(question[5].entityType, ZrPolicyCache::GROUP);
-  EXPECT_EQ(question[6].entityType, ZrPolicyCache::HOSTNAME);
+  using Cache = ZrPolicyCache;
+  const std::tuple<Kind, Cache::EntityType, std::string> expected[] = {
+      {Kind::kEntity, Cache::OTHER, "POP3_Mail_Sender"},
+      {Kind::kAll, Cache::DEFAULT, ""},
+      {Kind::kEntity, Cache::USER, "J\xc3\xb6rg \xff user"},
+      {Kind::kAddress, Cache::IP, "10.0.0.7"},
+      {Kind::kDefault, Cache::DEFAULT, ""},
+      {Kind::kEntity, Cache::HOSTNAME, "a"}};
+  std::size_t at = 0;
+  for (const QuestionPart& part :
+       parseQuestion("other POP3_Mail_Sender\tall\tuser J\xc3\xb6rg \xff user\tip 10.0.0.7\tdefault\thost a"))
+    EXPECT_EQ(std::tie(part.kind, part.entityType, part.key), expected[at++]) << part.key;
+  EXPECT_EQ(at, std::size(expected));
 }
 
 TEST(Question, TextsThatAreNoQuestionAreRefusedWithTheReason) {

@@ -16,14 +16,14 @@ struct GivenRows : zrhost::RowSource {
   zrhost::Revision read(zrhost::RowSink& sink) override {
     const zrhost::Revision revision{"e", 7, 2};
     sink.onRevision(revision);
-    for (zrhost::PolicyRow row : policies)
-      sink.onPolicy(row);
-    for (zrhost::RuleRow row : rules)
-      sink.onRule(row);
-    for (zrhost::LinkRow row : links)
-      sink.onLink(row);
-    for (zrhost::MemberRow row : members)
-      sink.onMember(row);
+    const auto give = [&sink](auto rows, auto take) {
+      for (auto& row : rows)
+        (sink.*take)(row);
+    };
+    give(policies, &zrhost::RowSink::onPolicy);
+    give(rules, &zrhost::RowSink::onRule);
+    give(links, &zrhost::RowSink::onLink);
+    give(members, &zrhost::RowSink::onMember);
     return revision;
   }
 };

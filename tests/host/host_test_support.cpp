@@ -65,8 +65,9 @@ void EveryDatabase::makeLooseTables() {
       "CREATE TABLE policy_rule (policy_id TEXT, position TEXT, rule_id TEXT, rule_type TEXT, rule_name TEXT,"
       " ldap_setting TEXT, action TEXT);"
       "CREATE TABLE ep_link (link_id TEXT, entity_type TEXT, entity_name TEXT, policy_id TEXT, priority TEXT);"
+      "CREATE TABLE group_member (group_name TEXT, user_name TEXT);"
       "CREATE TABLE policy_revision (epoch TEXT, revision TEXT, schema_version TEXT);"
-      "INSERT INTO policy_revision VALUES ('e', '7', '1');"
+      "INSERT INTO policy_revision VALUES ('e', '7', '2');"
       "INSERT INTO policy VALUES ('1', '5', 'one', '0');");
 }
 

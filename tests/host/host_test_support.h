@@ -35,7 +35,7 @@ class EveryDatabase : public testing::TestWithParam<const char*> {
   void init(bool sample = false, bool force = false) {
     zrhost::PolicyDatabase::init(place->options(), {sample, force});
   }
-  // Four tables of the same names and columns without a rule of any kind.
+  // Tables of the same names and columns without a rule of any kind.
   void makeLooseTables();
   std::shared_ptr<const zrhost::Snapshot> load(const zrhost::LoadOptions& options = {});
 
