@@ -63,6 +63,15 @@ TEST_F(InitCommand, OfManyAtOnceOneMakesTheFileAndTheOthersLeaveItAlone) {
   }
 }
 
+TEST_F(InitCommand, SaysWhatItMadeDroppedAndUpgraded) {
+  const std::string file = m_folder.file("p.db");
+  runCommand({"init", "--sample", "--database", file});
+  const CommandResult forced = runCommand({"init", "--force", "--database", file});
+  EXPECT_THAT(forced.out, testing::StartsWith("dropped tables with 85 rows\n  ep_link: 33\n  policy_rule: 24\n"));
+  EXPECT_THAT(forced.out, HasSubstr("\ncreated tables with 1 rows\n  ep_link: 0\n"));
+  EXPECT_EQ(runCommand({"init", "--upgrade", "--database", file}).out, "nothing to do: the database has version 2\n");
+}
+
 TEST_F(InitCommand, OfManyAtOnceOneMakesTheTablesOnAServerAndLookupsBesideForceAnswer) {
   if (!PostgresServer::installed()) GTEST_SKIP() << "PostgreSQL is not installed";
   PostgresServer& server = PostgresServer::shared();
