@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/policyfile/PolicyTable.h"
+#include "host/rows/PolicyTable.h"
 #include "host/rows/RowPlace.h"
 
 namespace zrhost {

@@ -3,7 +3,7 @@
 #include <deque>
 #include <string>
 
-#include "host/policyfile/PolicyTable.h"
+#include "host/rows/PolicyTable.h"
 #include "host/policyfile/output_file_internal.h"
 
 namespace zrhost {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/policyfile/PolicyTable.h"
+#include "host/rows/PolicyTable.h"
 
 namespace zrhost {
 

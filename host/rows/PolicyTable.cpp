@@ -1,4 +1,4 @@
-#include "host/policyfile/PolicyTable.h"
+#include "host/rows/PolicyTable.h"
 
 #include <algorithm>
 #include <limits>
