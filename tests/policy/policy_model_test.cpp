@@ -144,7 +144,8 @@ class Model : public testing::TestWithParam<unsigned> {
     for (; answers > 0; --answers) {
       for (std::uint32_t questions = 1 + below(1U << below(6)); questions > 0; --questions) {
         if (disturbed && below(4) == 0) disturb(answer);
-        disturbed&& below(8) == 0 ? addByHand(answer) : ask(answer);
+        if (disturbed && below(8) == 0) addByHand(answer);
+        ask(answer);
         ASSERT_EQ(answer.asked.links(), answer.expected());
       }
       answer.asked.set.cleanup();
