@@ -12,6 +12,7 @@
 #include "cli/command_context.h"
 #include "cli/config_command.h"
 #include "cli/exit_status.h"
+#include "cli/explain_command.h"
 #include "cli/export_command.h"
 #include "cli/help_command.h"
 #include "cli/help_format.h"
@@ -55,6 +56,7 @@ void addCommands(CLI::App& program, CommandContext& context) {
   program.require_subcommand(0, 1);
   addInitCommand(program, context);
   addLookupCommand(program, context);
+  addExplainCommand(program, context);
   addLoadCommand(program, context);
   addCheckCommand(program, context);
   addExportCommand(program, context);

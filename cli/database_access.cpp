@@ -42,9 +42,9 @@ std::shared_ptr<const zrhost::Snapshot> loadPolicies(const CommandContext& conte
   return zrhost::Snapshot::load(database, options);
 }
 
-std::shared_ptr<const zrhost::Snapshot> loadToAsk(const CommandContext& context, bool withGroups) {
+std::shared_ptr<const zrhost::Snapshot> loadToAsk(const CommandContext& context, bool withGroups,
+                                                  zrhost::LoadOptions options) {
   std::string first;
-  zrhost::LoadOptions options;
   options.onRefused = [&first](const zrhost::RefusedRow& row) {
     if (first.empty()) first = row.text();
   };

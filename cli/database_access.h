@@ -17,6 +17,7 @@ std::shared_ptr<const zrhost::Snapshot> loadPolicies(const CommandContext& conte
 
 // The same for questions: warns on standard error of rows that were left out, and with `withGroups` of a database that
 // knows no members, since an answer may lack what they say.
-std::shared_ptr<const zrhost::Snapshot> loadToAsk(const CommandContext& context, bool withGroups);
+std::shared_ptr<const zrhost::Snapshot> loadToAsk(const CommandContext& context, bool withGroups,
+                                                  zrhost::LoadOptions options = {});
 
 }  // namespace zrcli
