@@ -7,6 +7,7 @@
 #include "common/postgres_server.h"
 #include "host/database/PolicyDatabase.h"
 #include "live/LivePolicies.h"
+#include "support/PolicyLog.h"
 
 // One mail host that reads from a standby near to it, while the primary dies and the standby takes its place.
 
@@ -67,6 +68,7 @@ class Replica : public testing::Test {
  protected:
   void SetUp() override {
     if (!PostgresServer::installed()) GTEST_SKIP() << "PostgreSQL is not installed";
+    PolicyLog::ms_level = PolicyLog::LEVEL_ERROR;
     primary.emplace();
     makeDatabase(*primary, entries);
     standby.emplace(*primary);
