@@ -112,7 +112,7 @@ TEST(LiveOptionsCheck, NamesWhatCannotBe) {
     const char* text;
     std::function<void(LiveOptions&)> spoil;
   } cases[] = {
-      {"exactly one", [](LiveOptions& options) { options.dataSource = "another"; }},
+      {"are both named", [](LiveOptions& options) { options.dataSource = "another"; }},
       {"between two polls", [](LiveOptions& options) { options.poll = std::chrono::milliseconds(0); }},
       {"the state folder '/none'", [](LiveOptions& options) { options.stateFolder = "/none"; }},
       {"the SQL statement files in '/none'", [](LiveOptions& options) { options.sqlDirectory = "/none"; }},

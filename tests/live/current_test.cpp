@@ -56,7 +56,7 @@ TEST_P(LiveCurrent, ALoadThatFailsKeepsTheLastSnapshotAndSaysWhy) {
   LivePolicies policies(quick(place->options()));
   policies.start();
   ASSERT_TRUE(policies.waitForSnapshot(std::chrono::minutes(1)));
-  place->run("ALTER TABLE ep_link RENAME TO elsewhere");
+  place->run("UPDATE policy SET policy_type = 7; ALTER TABLE ep_link RENAME TO elsewhere");
   EXPECT_EQ(policies.reload(false, std::chrono::minutes(1)), LivePolicies::Reload::kFailed);
   EXPECT_THAT(policies.status().lastError, HasSubstr("ep_link"));
   EXPECT_EQ(policies.status().state, LiveState::kReady);
@@ -110,7 +110,7 @@ TEST_P(LiveCurrent, WhatTheDatabaseDoesNotConfirmBecomesStale) {
   EXPECT_EQ(policies.state(), LiveState::kReady);
   place->run("ALTER TABLE policy_revision RENAME TO elsewhere");
   EXPECT_TRUE(comesTrue([&] { return policies.state() == LiveState::kStale; }));
-  EXPECT_GT(policies.status().age, options.maxAge);
+  EXPECT_GE(policies.status().age, options.maxAge);
   EXPECT_EQ(actionFor(policies, "john@example.org"), "BCC archive@example.org");
   place->run("ALTER TABLE elsewhere RENAME TO policy_revision");
   EXPECT_TRUE(comesTrue([&] { return policies.state() == LiveState::kReady; }));
@@ -141,7 +141,6 @@ TEST(LiveFile, ThatIsPutInThePlaceOfAnotherIsNoticed) {
 
 TEST(LiveServer, ThatIsKilledAndStartedAgainIsReadAgain) {
   PostgresServer server;
-  server.start();
   OdbcEntries entries;
   const std::string name = OdbcEntries::freshName(), database = server.createDatabase();
   entries.addPostgres(name, server.socketFolder(), database);

@@ -4,6 +4,7 @@
 #include "live/LivePolicies.h"
 
 int main(int, char** argv) {
+  zrlive::LivePolicies::setSinkLevel(zrlive::LogLevel::kError);
   zrlive::LiveOptions options;
   options.databaseFile = argv[1];
   options.stateFolder = argv[2];
