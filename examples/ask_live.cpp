@@ -26,6 +26,7 @@ void ask(const zrlive::LivePolicies& policies, const char* user) {
 
 int main(int argc, char** argv) try {
   if (argc != 3) throw std::invalid_argument("usage: ask_live DATABASE USER");
+  zrlive::LivePolicies::setSinkLevel(zrlive::LogLevel::kError);
   zrlive::LiveOptions options;
   options.databaseFile = argv[1];
   zrlive::LivePolicies policies(options);

@@ -16,7 +16,7 @@ struct LiveOptions {
   std::string databaseFile;  // an SQLite policy database
   std::string dataSource;    // an ODBC data source, by its name in odbc.ini
   std::string user;          // for the data source; empty: whatever the data source says
-  std::string password;      // never shown nor logged
+  std::string password;      // never shown; see LivePolicies::setSinkLevel
   // The statement files (a folder for each kind of database); empty: share/zrpolicy/sql of the installation that the
   // library lies in.
   std::string sqlDirectory;

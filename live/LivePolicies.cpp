@@ -7,6 +7,7 @@
 #include "live/live_error_internal.h"
 #include "live/options_internal.h"
 #include "live/snapshot_maker_internal.h"
+#include "support/PolicyLog.h"
 
 namespace zrlive {
 
@@ -53,6 +54,10 @@ LivePolicies::Reload LivePolicies::reload(bool accept, std::chrono::milliseconds
   const std::uint64_t wish = m_parts->board().wantReload(accept);
   m_parts->wake();
   return m_parts->board().waitForReload(wish, wait);
+}
+
+void LivePolicies::setSinkLevel(LogLevel level) noexcept {
+  PolicyLog::ms_level = static_cast<int>(level);
 }
 
 LiveStatus LivePolicies::check(const LiveOptions& options) {

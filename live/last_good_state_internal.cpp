@@ -53,7 +53,8 @@ LastGoodState stateOf(const json& values) {
 std::vector<LastGoodState> parseStates(const std::string& text) {
   std::vector<LastGoodState> states;
   try {
-    for (json values : json::parse(text).at(kStates)) {
+    const json said = json::parse(text);
+    for (json values : said.at(kStates)) {
       const std::string seal = values.at(kSeal).get<std::string>();
       values.erase(kSeal);
       if (seal == sumOf(dumped(values))) states.push_back(stateOf(values));
