@@ -84,7 +84,8 @@ void Answerer::answer(const PolicyRequest& request, std::string& out) noexcept {
 
 void Answerer::refuse(const PolicyRequest&, std::string& out) noexcept {
   try {
-    appendPolicyReply(out, rules().service.unavailableAction);
+    const zrhost::ServiceSection& settings = rules().service;
+    appendPolicyReply(out, settings.shadow ? kShadowAction : std::string_view(settings.unavailableAction));
   } catch (...) {  // the connection is closed without an answer, which Postfix takes for a reason to wait
   }
 }

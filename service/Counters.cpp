@@ -13,7 +13,8 @@ constexpr double kGrowth = 1.25;
 
 void Latency::add(std::chrono::nanoseconds time) {
   const auto nanoseconds = static_cast<double>(time.count());
-  const double place = nanoseconds <= kFirstClass ? 0 : std::ceil(std::log(nanoseconds / kFirstClass) / std::log(kGrowth));
+  const double place =
+      nanoseconds <= kFirstClass ? 0 : std::ceil(std::log(nanoseconds / kFirstClass) / std::log(kGrowth));
   const auto at = std::min(static_cast<std::size_t>(place), kClasses - 1);
   m_counts[at].fetch_add(1, std::memory_order_relaxed);
   const auto count = static_cast<std::uint64_t>(time.count());
@@ -29,7 +30,8 @@ void Counters::countAnswer(std::string_view action) {
   const std::lock_guard lock(m_mutex);
   auto found = m_answers.find(word);
   // Whoever writes the policies may write anything: what is counted stays bounded.
-  if (found == m_answers.end()) found = m_answers.try_emplace(m_answers.size() < kMostWords ? std::string(word) : "other").first;
+  if (found == m_answers.end())
+    found = m_answers.try_emplace(m_answers.size() < kMostWords ? std::string(word) : "other").first;
   ++found->second;
 }
 

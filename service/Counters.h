@@ -33,12 +33,12 @@ class Latency {
 // What one thread counts; read by any.
 struct Counters {
   std::atomic<std::uint64_t> policyRequests{0}, socketmapRequests{0};
-  std::atomic<std::uint64_t> badRequests{0};     // that are none, or over a limit
-  std::atomic<std::uint64_t> ipv6Addresses{0};   // that were not asked for
-  std::atomic<std::uint64_t> faultyActions{0};   // of policies, that cannot be sent
-  std::atomic<std::uint64_t> timeOuts{0};        // connections closed for them
-  std::atomic<std::uint64_t> connections{0};     // so far
-  std::atomic<std::uint64_t> overLimit{0};       // of these, beyond max_connections
+  std::atomic<std::uint64_t> badRequests{0};    // that are none, or over a limit
+  std::atomic<std::uint64_t> ipv6Addresses{0};  // that were not asked for
+  std::atomic<std::uint64_t> faultyActions{0};  // of policies, that cannot be sent
+  std::atomic<std::uint64_t> timeOuts{0};       // connections closed for them
+  std::atomic<std::uint64_t> connections{0};    // so far
+  std::atomic<std::uint64_t> overLimit{0};      // of these, beyond max_connections
   Latency latency;
 
   void countAnswer(std::string_view action);

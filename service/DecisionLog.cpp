@@ -9,11 +9,13 @@
 #include <fcntl.h>
 #include <nlohmann/json.hpp>
 #include <openssl/hmac.h>
+#include <strings.h>
 #include <unistd.h>
 
 #include "host/base/FileDescriptor.h"
 #include "host/base/HostError.h"
 #include "host/base/terminal_text.h"
+#include "service/QuestionRules.h"
 #include "support/PolicyLog.h"
 
 namespace zrservice {
@@ -69,18 +71,23 @@ std::unique_ptr<DecisionLog> DecisionLog::open(const zrhost::ServiceSection& set
   return std::unique_ptr<DecisionLog>(new DecisionLog(settings));
 }
 
-DecisionLog::DecisionLog(const zrhost::ServiceSection& settings)
-    : m_path(settings.decisionLog), m_sample(settings.sample), m_redact(settings.redact) {
-  for (const std::string& what : m_redact) {
+void DecisionLog::requireSettings(const zrhost::ServiceSection& settings) {
+  for (const std::string& what : settings.redact) {
     if (std::ranges::find(kRedactable, what) == kRedactable.end())
       throw HostError(ErrorKind::kUsage, "[service] redact = \"" + zrhost::shortened(what) +
                                              "\": none of user, group, host, address, other, recipient");
   }
+  if (!settings.redact.empty()) (void)readKey(settings.redactKeyFile);
+}
+
+DecisionLog::DecisionLog(const zrhost::ServiceSection& settings)
+    : m_path(settings.decisionLog), m_sample(settings.sample), m_redact(settings.redact) {
+  requireSettings(settings);
   if (!m_redact.empty()) m_key = readKey(settings.redactKeyFile);
   openFile();
   if (m_descriptor < 0)
-    throw HostError(ErrorKind::kInputOutput, "cannot open the decision log '" + zrhost::terminalText(m_path) +
-                                                 "': " + std::strerror(errno));
+    throw HostError(ErrorKind::kInputOutput,
+                    "cannot open the decision log '" + zrhost::terminalText(m_path) + "': " + std::strerror(errno));
   m_thread = std::thread([this] { write(); });
 }
 
@@ -109,6 +116,22 @@ bool DecisionLog::isRedacted(std::string_view what) const {
   return std::ranges::find(m_redact, what) != m_redact.end();
 }
 
+// Whether a name may have been made of the recipient: it may be without the extension, without the domain, and in
+// another case.
+bool DecisionLog::isOfRecipient(std::string_view name, std::string_view recipient) {
+  const std::string_view local = name.substr(0, name.find('@'));
+  const std::string_view domain = name.substr(local.size());
+  return !name.empty() && recipient.size() >= name.size() &&
+         strncasecmp(recipient.data(), local.data(), local.size()) == 0 &&
+         strncasecmp(recipient.data() + recipient.size() - domain.size(), domain.data(), domain.size()) == 0;
+}
+
+// What stands in the log for a user, who may be the mail's recipient.
+std::string DecisionLog::shownUser(std::string_view name, const PolicyRequest& request) const {
+  const bool isHidden = isRedacted("recipient") && isOfRecipient(name, knownValue(request.value("recipient")));
+  return shown(isHidden ? "recipient" : "user", name);
+}
+
 // A hash that tells equal names and, without the key, nothing else.
 std::string DecisionLog::shown(const char* what, std::string_view text) const {
   if (!isRedacted(what) || text.empty()) return std::string(text);
@@ -134,19 +157,21 @@ std::string DecisionLog::lineOf(const Decision& decision) const {
   ordered_json& questions = line["questions"] = ordered_json::array();
   for (std::size_t i = 0; i < decision.question.size(); ++i) {
     const Kind kind = decision.question.kind(i);
+    const std::string_view key = decision.question.key(i);
     const char* const what = kind == Kind::kAddress ? "address" : wordOf(kind);
-    const bool isRecipient = kind == Kind::kUser && decision.question.key(i) == decision.request.value("recipient");
-    const char* const how = isRecipient && isRedacted("recipient") ? "recipient" : what;
-    questions.push_back({{"type", wordOf(kind)}, {"key", shown(how, decision.question.key(i))}});
+    questions.push_back(
+        {{"type", wordOf(kind)}, {"key", kind == Kind::kUser ? shownUser(key, decision.request) : shown(what, key)}});
   }
   if (decision.question.members()) line["members"] = true;
   line["revision"] = decision.snapshot != nullptr ? ordered_json(decision.snapshot->revision()) : ordered_json();
   ordered_json& results = line["results"] = ordered_json::array();
   for (const zrlive::Result& result : decision.answer) {
+    const bool isUser = result.entityType == zrlive::EntityType::kUser;
     results.push_back({{"policy_id", result.policyId},
                        {"priority", result.priority},
                        {"entity_type", zrlive::nameOf(result.entityType)},
-                       {"entity_name", shown(wordOf(result.entityType), result.entityName)}});
+                       {"entity_name", isUser ? shownUser(result.entityName, decision.request)
+                                              : shown(wordOf(result.entityType), result.entityName)}});
   }
   line["action"] = decision.action;
   line["microseconds"] = static_cast<double>(decision.taken.count()) / 1000;
@@ -201,7 +226,8 @@ void DecisionLog::writeAll(const std::string& text) {
     const ssize_t count = ::write(m_descriptor, text.data() + done, text.size() - done);
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) {
-      m_dropped += static_cast<std::uint64_t>(std::count(text.begin() + static_cast<std::ptrdiff_t>(done), text.end(), '\n'));
+      m_dropped +=
+          static_cast<std::uint64_t>(std::count(text.begin() + static_cast<std::ptrdiff_t>(done), text.end(), '\n'));
       PolicyLog::log(PolicyLog::LEVEL_WARNING, "cannot write the decision log: %s", std::strerror(errno));
       return;
     }

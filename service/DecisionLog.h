@@ -38,6 +38,8 @@ class DecisionLog {
   // Null when the settings want none. Throws HostError kInputOutput for a file that cannot be opened, or a key file
   // that cannot be read; kUsage for redaction without a key, or of what cannot be redacted.
   static std::unique_ptr<DecisionLog> open(const zrhost::ServiceSection& settings);
+  // Throws as open() does, for the settings alone; nothing is opened to be written.
+  static void requireSettings(const zrhost::ServiceSection& settings);
   ~DecisionLog();
   DecisionLog(const DecisionLog&) = delete;
   DecisionLog& operator=(const DecisionLog&) = delete;
@@ -55,6 +57,8 @@ class DecisionLog {
   static constexpr std::size_t kMostWaitingBytes = std::size_t{8} << 20U;
 
   std::string lineOf(const Decision& decision) const;
+  static bool isOfRecipient(std::string_view name, std::string_view recipient);
+  std::string shownUser(std::string_view name, const PolicyRequest& request) const;
   std::string shown(const char* what, std::string_view text) const;
   bool isRedacted(std::string_view what) const;
   void write();

@@ -20,8 +20,8 @@ void dropRoot(const std::string& user) {
     throw HostError(ErrorKind::kUsage, "started by root, and [service] user is not set; name whom to become");
   const passwd* const found = getpwnam(user.c_str());
   if (found == nullptr || found->pw_uid == 0)
-    throw HostError(ErrorKind::kUsage, "[service] user = \"" + zrhost::shortened(user) + "\": " +
-                                           (found == nullptr ? "no user of this name" : "root itself"));
+    throw HostError(ErrorKind::kUsage, "[service] user = \"" + zrhost::shortened(user) +
+                                           "\": " + (found == nullptr ? "no user of this name" : "root itself"));
   if (initgroups(user.c_str(), found->pw_gid) != 0 || setresgid(found->pw_gid, found->pw_gid, found->pw_gid) != 0 ||
       setresuid(found->pw_uid, found->pw_uid, found->pw_uid) != 0 || setuid(0) == 0)
     throw HostError(ErrorKind::kInputOutput,

@@ -4,8 +4,10 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <fcntl.h>
 #include <grp.h>
 #include <netdb.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -66,11 +68,31 @@ sockaddr_un addressOf(const std::string& path, const std::string& text) {
   return address;
 }
 
-// Whether a program accepts connections there.
-bool isServed(const sockaddr_un& address) {
+// Whether nobody accepts connections there any more. Everything else that the system says, that we may not connect for
+// instance, is no reason to take a socket from a program that may be running.
+bool isLeftOver(const sockaddr_un& address) {
   const zrhost::FileDescriptor probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  return connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 || errno == EAGAIN;
+  return probe && connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 &&
+         (errno == ECONNREFUSED || errno == ENOENT);
 }
+
+// Two services that start at once and find the same socket left over would each take the other's new one for it. They
+// take turns by a lock on its folder, for which nothing has to be written; whoever keeps it for long is not waited for.
+class FolderTurn {
+ public:
+  explicit FolderTurn(const std::string& path)
+      : m_folder(open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    for (int tries = 0; m_folder && tries < 200 && flock(m_folder.get(), LOCK_EX | LOCK_NB) != 0; ++tries)
+      usleep(10'000);
+  }
+
+ private:
+  static std::string folderOf(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == path.npos ? "." : path.substr(0, slash + 1);
+  }
+  zrhost::FileDescriptor m_folder;
+};
 
 }  // namespace
 
@@ -103,7 +125,9 @@ void requireSocketSettings(const zrhost::ServiceSection& settings) {
 
 ListenSocket::ListenSocket(int descriptor, std::string text) : m_descriptor(descriptor), m_text(std::move(text)) {}
 
-ListenSocket::ListenSocket(const ListenAddress& where, const zrhost::ServiceSection& settings) : m_text(where.text) {
+// Delegates, so that a failure half-way takes the socket's file away.
+ListenSocket::ListenSocket(const ListenAddress& where, const zrhost::ServiceSection& settings)
+    : ListenSocket(-1, where.text) {
   where.path.empty() ? listenOnPort(where) : listenOnFile(where.path, settings);
 }
 
@@ -111,8 +135,19 @@ ListenSocket::~ListenSocket() {
   close();
 }
 
+ListenSocket::ListenSocket(ListenSocket&& other) noexcept
+    : m_descriptor(std::move(other.m_descriptor)),
+      m_text(std::move(other.m_text)),
+      m_ownFile(std::exchange(other.m_ownFile, {})),
+      m_ownDevice(other.m_ownDevice),
+      m_ownNumber(other.m_ownNumber) {}
+
+// The file is taken away unless another has come to its place.
 void ListenSocket::close() {
-  if (!m_ownFile.empty()) unlink(m_ownFile.c_str());
+  struct stat status {};
+  const bool isOurs = !m_ownFile.empty() && lstat(m_ownFile.c_str(), &status) == 0 && status.st_dev == m_ownDevice &&
+                      status.st_ino == m_ownNumber;
+  if (isOurs) unlink(m_ownFile.c_str());
   m_ownFile.clear();
   m_descriptor = zrhost::FileDescriptor();
 }
@@ -121,27 +156,40 @@ void ListenSocket::fail(const std::string& doing) const {
   throw HostError(ErrorKind::kInputOutput, "cannot " + doing + " " + m_text + ": " + std::strerror(errno));
 }
 
+// What stands at the path is replaced only when it is a socket that nobody serves.
+void ListenSocket::takePlace(const std::string& path, const sockaddr_un& address) const {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0) return;
+  if (!S_ISSOCK(status.st_mode))
+    throw HostError(ErrorKind::kInputOutput,
+                    "cannot listen on " + m_text + ": a file that is no socket is there; take it away");
+  if (!isLeftOver(address))
+    throw HostError(ErrorKind::kUnreachable, "cannot listen on " + m_text + ": another program does already");
+  if (unlink(path.c_str()) != 0) fail("replace the socket that was left at");
+}
+
 void ListenSocket::listenOnFile(const std::string& path, const zrhost::ServiceSection& settings) {
   const sockaddr_un address = addressOf(path, m_text);
-  struct stat status {};
-  if (lstat(path.c_str(), &status) == 0) {
-    if (!S_ISSOCK(status.st_mode))
-      throw HostError(ErrorKind::kInputOutput,
-                      "cannot listen on " + m_text + ": a file that is no socket is there; take it away");
-    if (isServed(address))
-      throw HostError(ErrorKind::kUnreachable, "cannot listen on " + m_text + ": another program does already");
-    if (unlink(path.c_str()) != 0) fail("replace the socket that was left at");
-  }
+  const FolderTurn turn(path);
+  takePlace(path, address);
   m_descriptor = zrhost::FileDescriptor(socket(AF_UNIX, kSocketType, 0));
   // Nobody may connect before the permissions are right: it listens after that.
   if (!m_descriptor || bind(m_descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
     fail("listen on");
-  m_ownFile = path;
+  rememberFile(path);
   const gid_t group = groupOf(settings);
   if (group != static_cast<gid_t>(-1) && chown(path.c_str(), static_cast<uid_t>(-1), group) != 0)
     fail("give its group to");
   if (chmod(path.c_str(), modeOf(settings)) != 0) fail("set the permissions of");
   if (listen(m_descriptor.get(), kBacklog) != 0) fail("listen on");
+}
+
+void ListenSocket::rememberFile(const std::string& path) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0) fail("find");
+  m_ownFile = path;
+  m_ownDevice = status.st_dev;
+  m_ownNumber = status.st_ino;
 }
 
 void ListenSocket::listenOnPort(const ListenAddress& where) {

@@ -2,10 +2,13 @@
 
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 #include <vector>
 
 #include "host/base/FileDescriptor.h"
 #include "host/settings/Options.h"
+
+struct sockaddr_un;
 
 namespace zrservice {
 
@@ -31,7 +34,7 @@ class ListenSocket {
   // listens there, kInputOutput for a file that is no socket and for everything that the system refuses.
   ListenSocket(const ListenAddress& where, const zrhost::ServiceSection& settings);
   ~ListenSocket();
-  ListenSocket(ListenSocket&& other) noexcept = default;
+  ListenSocket(ListenSocket&& other) noexcept;
   ListenSocket& operator=(ListenSocket&&) = delete;
 
   int descriptor() const { return m_descriptor.get(); }
@@ -40,13 +43,17 @@ class ListenSocket {
   void close();
 
  private:
+  void takePlace(const std::string& path, const sockaddr_un& address) const;
   void listenOnFile(const std::string& path, const zrhost::ServiceSection& settings);
+  void rememberFile(const std::string& path);
   void listenOnPort(const ListenAddress& where);
   [[noreturn]] void fail(const std::string& doing) const;
 
   zrhost::FileDescriptor m_descriptor;
   std::string m_text;
-  std::string m_ownFile;
+  std::string m_ownFile;  // of a Unix socket that was made here, and which file it is
+  dev_t m_ownDevice = 0;
+  ino_t m_ownNumber = 0;
 };
 
 // Throws HostError kUsage when socket_mode is no octal number, or there is no such group.

@@ -11,7 +11,11 @@ using Kind = zrlive::Question::Kind;
 
 // What the sender of a mail, or whoever connects, may write as it pleases. A client's name is not among them: Postfix
 // takes it from the DNS only when name and address agree.
-constexpr std::array kWrittenByStrangers = {"sender", "helo_name", "reverse_client_name", "etrn_domain", "recipient"};
+constexpr std::array kWrittenByStrangers = {"sender",      "helo_name", "reverse_client_name",
+                                            "etrn_domain", "recipient", "sasl_sender"};
+
+// A name is no longer in the DNS. Without an end, the parents of a long one would cost the square of its length.
+constexpr std::size_t kLongestHostName = 255;
 
 bool canBeKey(std::string_view text) {
   return !text.empty() && text.find('\0') == text.npos;
@@ -92,7 +96,7 @@ void QuestionRules::addHosts(const PolicyRequest& request, zrlive::Question& que
   for (const std::string& name : m_settings.host) {
     const std::string_view host = knownValue(request.value(name));
     addKey(question, Kind::kHost, host);
-    if (!m_settings.parentDomains) continue;
+    if (!m_settings.parentDomains || host.size() > kLongestHostName) continue;
     for (std::size_t dot = host.find('.', 1); dot < host.size(); dot = host.find('.', dot + 1))
       addKey(question, Kind::kHost, host.substr(dot));
   }
@@ -109,8 +113,10 @@ unsigned QuestionRules::addAddress(std::string_view text, zrlive::Question& ques
 
 std::vector<std::string> QuestionRules::warnings() const {
   std::vector<std::string> lines;
-  const std::pair<const char*, const zrhost::TextList&> lists[] = {
-      {"user", m_settings.user}, {"host", m_settings.host}, {"address", m_settings.address}, {"other", m_settings.other}};
+  const std::pair<const char*, const zrhost::TextList&> lists[] = {{"user", m_settings.user},
+                                                                   {"host", m_settings.host},
+                                                                   {"address", m_settings.address},
+                                                                   {"other", m_settings.other}};
   for (const auto& [setting, names] : lists) {
     for (const std::string& name : names) {
       const bool isInbound = name == "recipient" && std::string_view(setting) == "user";

@@ -15,6 +15,7 @@ namespace {
 // Where the process may have no more descriptors, it waits for so long before it tries again.
 constexpr std::chrono::milliseconds kPause{100};
 constexpr int kAtOnce = 64;
+constexpr int kMostWaiting = 4096;  // more than a system keeps waiting at a socket
 
 // Beyond the limit connections are still told why they are not served, but not without end.
 constexpr std::size_t kMostTold = 256;
@@ -25,7 +26,10 @@ struct Server::Parts {
   // One socket that connections are accepted from, by the first worker's thread.
   struct Acceptor {
     Acceptor(Parts& parts, ListenSocket from, Protocol what)
-        : server(parts), socket(std::move(from)), protocol(what), waiter(parts.workers[0]->context()),
+        : server(parts),
+          socket(std::move(from)),
+          protocol(what),
+          waiter(parts.workers[0]->context()),
           pause(parts.workers[0]->context()) {
       waiter.assign(socket.descriptor());
     }
@@ -33,7 +37,9 @@ struct Server::Parts {
       if (waiter.is_open()) waiter.release();  // the descriptor is the socket's
     }
     void wait();
-    void acceptAll();
+    // So many at most; false when nobody is left that waits to be accepted.
+    bool accept(int most);
+    void acceptSome();
     void waitForDescriptors();
     void close();
 
@@ -69,22 +75,25 @@ struct Server::Parts {
 
 void Server::Parts::Acceptor::wait() {
   waiter.async_wait(asio::posix::stream_descriptor::wait_read, [this](const asio::error_code& error) {
-    if (!error) acceptAll();
+    if (!error) acceptSome();
   });
 }
 
-void Server::Parts::Acceptor::acceptAll() {
-  for (int count = 0; count < kAtOnce; ++count) {
+bool Server::Parts::Acceptor::accept(int most) {
+  for (int count = 0; count < most; ++count) {
     const int client = accept4(socket.descriptor(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (client >= 0) {
       server.serve(client, protocol);
-    } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-      return waitForDescriptors();
     } else if (errno != EINTR && errno != ECONNABORTED) {
-      break;
+      return false;
     }
   }
-  wait();
+  return true;
+}
+
+void Server::Parts::Acceptor::acceptSome() {
+  const bool isShort = !accept(kAtOnce) && (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM);
+  isShort ? waitForDescriptors() : wait();
 }
 
 void Server::Parts::Acceptor::waitForDescriptors() {
@@ -125,11 +134,19 @@ void Server::Parts::serve(int descriptor, Protocol protocol) {
   const int on = 1;
   if (address.ss_family != AF_UNIX) setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
   ++accepted;
-  asio::post(worker.context(), [this, &worker, descriptor, protocol, family = address.ss_family, isOver = others >= most] {
-    StreamSocket socket(worker.context(), asio::generic::stream_protocol(family, 0), descriptor);
-    protocol == Protocol::kPolicy ? serveOn<PolicyRequest>(worker, std::move(socket), isOver)
-                                  : serveOn<SocketmapRequest>(worker, std::move(socket), isOver);
-  });
+  asio::post(worker.context(),
+             [this, &worker, descriptor, protocol, family = address.ss_family, isOver = others >= most] {
+               StreamSocket socket(worker.context());
+               asio::error_code error;
+               socket.assign(asio::generic::stream_protocol(family, 0), descriptor, error);
+               if (error) {  // the system watches no more descriptors
+                 close(descriptor);
+                 --accepted;
+                 return;
+               }
+               protocol == Protocol::kPolicy ? serveOn<PolicyRequest>(worker, std::move(socket), isOver)
+                                             : serveOn<SocketmapRequest>(worker, std::move(socket), isOver);
+             });
 }
 
 Server::Server(const Desk& desk, int threads) : m_parts(std::make_unique<Parts>(desk, threads)) {}
@@ -153,7 +170,7 @@ void Server::start() {
 void Server::beginDrain() {
   asio::post(m_parts->workers[0]->context(), [this] {
     for (const auto& acceptor : m_parts->acceptors) {
-      acceptor->acceptAll();
+      acceptor->accept(kMostWaiting);
       acceptor->close();
     }
     for (const auto& worker : m_parts->workers)

@@ -32,6 +32,8 @@ using zrhost::Options;
 
 constexpr int kLeastLogLevel = PolicyLog::LEVEL_WARNING;  // a service that says nothing of its faults helps nobody
 constexpr int kMostThreads = 4;
+constexpr seconds kLongestStart{5};
+constexpr timespec kMoment{0, 10'000'000};
 
 zrhost::Settings readSettings(const std::string& configFile) {
   zrhost::SettingsRequest request;
@@ -43,6 +45,7 @@ zrhost::Settings readSettings(const std::string& configFile) {
 void requireService(const Options& options) {
   requireActions(options.service);
   requireSocketSettings(options.service);
+  DecisionLog::requireSettings(options.service);
   for (const auto& [name, list] : {std::pair("[service] listen", &options.service.listen),
                                    std::pair("[service] socketmap", &options.service.socketmap)}) {
     for (const std::string& text : *list)
@@ -148,8 +151,7 @@ std::vector<std::string> restartNeeded(const zrhost::Settings& now, const zrhost
 
 class Running {
  public:
-  explicit Running(const std::string& configFile)
-      : m_configFile(configFile), m_settings(readSettings(configFile)) {}
+  explicit Running(const std::string& configFile) : m_configFile(configFile), m_settings(readSettings(configFile)) {}
 
   int run();
 
@@ -158,7 +160,9 @@ class Running {
   void start(Sockets sockets);
   void reload();
   void applyLogLevel() const { zrhost::setLogLevel(std::max(options().log.level, kLeastLogLevel)); }
-  void drain(const sigset_t& signals);
+  void serve(const sigset_t& signals);
+  bool drain(const sigset_t& signals);
+  void end(const sigset_t& signals);
 
   std::string m_configFile;
   zrhost::Settings m_settings;
@@ -203,15 +207,52 @@ void Running::reload() {
   }
 }
 
-void Running::drain(const sigset_t& signals) {
+// Until a signal ends it. It counts as ready when there are policies to answer from, or when there will be none soon.
+void Running::serve(const sigset_t& signals) {
+  using Clock = std::chrono::steady_clock;
+  const auto readyAt = Clock::now() + kLongestStart;
+  for (bool isReady = false;;) {
+    if (!isReady && (m_policies->lease() != nullptr || Clock::now() >= readyAt)) {
+      tellManager("READY=1");
+      isReady = true;
+    }
+    const int number = isReady ? sigwaitinfo(&signals, nullptr) : sigtimedwait(&signals, nullptr, &kMoment);
+    if (number == SIGHUP) reload();
+    if (number == SIGTERM || number == SIGINT) return;
+  }
+}
+
+// Answers what has been asked; false when it is told a second time to end.
+bool Running::drain(const sigset_t& signals) {
   using Clock = std::chrono::steady_clock;
   const auto end = Clock::now() + seconds(m_desk->rules()->service.shutdownTimeout);
   m_server->beginDrain();
   while (!m_server->isDrained() && Clock::now() < end) {
-    constexpr timespec kMoment{0, 10'000'000};
     const int number = sigtimedwait(&signals, nullptr, &kMoment);
-    if (number == SIGTERM || number == SIGINT) return;
+    if (number == SIGTERM || number == SIGINT) return false;
   }
+  return true;
+}
+
+// Whoever says it once more means at once, whatever the rest waits for: the process then ends by the signal itself.
+void endAtOnceWhenTold() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int number : {SIGTERM, SIGINT}) {
+    std::signal(number, SIG_DFL);
+    sigaddset(&set, number);
+  }
+  pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+}
+
+void Running::end(const sigset_t& signals) {
+  tellManager("STOPPING=1");
+  const bool hasTime = drain(signals);
+  m_server->stop();  // from here on no socket file of it is left
+  if (!hasTime) std::_Exit(0);
+  endAtOnceWhenTold();
+  m_admin->stop();
+  m_policies->stop(seconds(m_desk->rules()->service.shutdownTimeout));
 }
 
 int Running::run() {
@@ -226,19 +267,8 @@ int Running::run() {
   Sockets sockets = openSockets(options());
   dropRoot(options().service.user);
   start(std::move(sockets));
-  m_policies->waitForSnapshot(seconds(5));
-  tellManager("READY=1");
-  for (;;) {
-    int number = 0;
-    if (sigwait(&signals, &number) != 0) continue;
-    if (number != SIGHUP) break;
-    reload();
-  }
-  tellManager("STOPPING=1");
-  drain(signals);
-  m_admin->stop();
-  m_server->stop();
-  m_policies->stop(seconds(m_desk->rules()->service.shutdownTimeout));
+  serve(signals);
+  end(signals);
   return 0;
 }
 

@@ -20,9 +20,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   StreamConnection(Worker& worker, StreamSocket socket, bool isOverLimit)
       : m_worker(worker), m_socket(std::move(socket)), m_isOverLimit(isOverLimit), m_since(Clock::now()) {}
 
-  void start() {
-    m_worker.isDraining() ? drain() : read();
-  }
+  void start() { m_worker.isDraining() ? drain() : read(); }
 
   void checkTime(Clock::time_point now) override {
     const zrhost::ServiceSection& settings = m_worker.answerer().rules().service;
@@ -35,9 +33,10 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
 
   void drain() override {
     if (m_isWriting) return;  // goes on behind the write
-    asio::error_code error;
-    m_socket.cancel(error);
-    readWhatIsThere();
+    if (!m_isReading) return readWhatIsThere();
+    // What a read has taken already is still on its way here, so the socket must not be read beside it.
+    asio::error_code ignored;
+    m_socket.cancel(ignored);
   }
 
   void close() override {
@@ -62,10 +61,14 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   }
 
   void read() {
-    m_socket.async_read_some(room(), [self = this->shared_from_this()](const asio::error_code& error, std::size_t size) {
-      if (error == asio::error::operation_aborted) return;  // closed, or drained
-      error ? self->close() : self->take(size);
-    });
+    m_isReading = true;
+    m_socket.async_read_some(
+        room(), [self = this->shared_from_this()](const asio::error_code& error, std::size_t size) {
+          self->m_isReading = false;
+          if (!error) return self->take(size);
+          const bool isForDrain = error == asio::error::operation_aborted && self->m_socket.is_open();
+          isForDrain ? self->readWhatIsThere() : self->close();
+        });
   }
 
   void take(std::size_t size) {
@@ -92,7 +95,9 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
       } else if (found.size == 0) {
         break;
       } else {
+        const std::size_t before = m_reply.size();
         m_isOverLimit ? refuse(nullptr) : m_worker.answerer().answer(m_request, m_reply);
+        m_isClosing |= m_reply.size() == before;  // no memory; the next reply would be taken for this one's
         m_start += found.size;
         m_since = Clock::now();
       }
@@ -131,6 +136,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   std::size_t m_start = 0, m_end = 0;  // of what has arrived and is not answered
   std::string m_reply;
   bool m_isOverLimit;
+  bool m_isReading = false;
   bool m_isWriting = false;
   bool m_isClosing = false;
   Clock::time_point m_since;  // of the first byte of a request that is under way, of the last request otherwise

@@ -1,6 +1,9 @@
 #include "service/worker_internal.h"
 
 #include <csignal>
+#include <exception>
+
+#include "support/PolicyLog.h"
 
 namespace zrservice {
 namespace {
@@ -14,8 +17,20 @@ void Worker::start() {
   sigset_t all, old;
   sigfillset(&all);
   pthread_sigmask(SIG_BLOCK, &all, &old);
-  m_thread = std::thread([this] { m_context.run(); });
+  m_thread = std::thread([this] { run(); });
   pthread_sigmask(SIG_SETMASK, &old, nullptr);
+}
+
+// Where memory runs out the connection at hand loses, and ends by its time limit; the others go on.
+void Worker::run() {
+  for (;;) {
+    try {
+      m_context.run();
+      return;
+    } catch (const std::exception& error) {
+      PolicyLog::log(PolicyLog::LEVEL_ERROR, "a connection was dropped: %s", error.what());
+    }
+  }
 }
 
 void Worker::stop() {

@@ -51,6 +51,7 @@ class Worker {
   std::atomic<std::size_t> open{0};
 
  private:
+  void run();
   void sweep();
 
   asio::io_context m_context{1};
