@@ -77,11 +77,14 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
     serve();
   }
 
-  // For one who is to go: what has been sent before counts as asked.
+  // For one who is to go: what has been sent before counts as asked. What comes while it is answered does not, or a client
+  // that always has one more request would keep the service from its end.
   void readWhatIsThere() {
     asio::error_code error;
     m_socket.non_blocking(true, error);
-    const std::size_t size = error ? 0 : m_socket.read_some(room(), error);
+    const asio::mutable_buffer space = room();
+    const std::size_t size = error ? 0 : m_socket.read_some(space, error);
+    m_hasReadAll = size < space.size();
     if (size > 0) return take(size);
     const bool isMidway = error == asio::error::would_block && m_end > m_start;
     isMidway ? read() : close();
@@ -104,7 +107,8 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
     }
     if (!m_reply.empty()) return write();
     if (m_isClosing) return close();
-    m_worker.isDraining() ? readWhatIsThere() : read();
+    if (!m_worker.isDraining()) return read();
+    m_hasReadAll && m_end == m_start ? close() : readWhatIsThere();
   }
 
   // Replies to what cannot be answered, and hears no more of it.
@@ -136,6 +140,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   std::size_t m_start = 0, m_end = 0;  // of what has arrived and is not answered
   std::string m_reply;
   bool m_isOverLimit;
+  bool m_hasReadAll = false;  // of what had been sent when the end began
   bool m_isReading = false;
   bool m_isWriting = false;
   bool m_isClosing = false;
