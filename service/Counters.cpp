@@ -18,6 +18,7 @@ void Latency::add(std::chrono::nanoseconds time) {
   const auto at = std::min(static_cast<std::size_t>(place), kClasses - 1);
   m_counts[at].fetch_add(1, std::memory_order_relaxed);
   const auto count = static_cast<std::uint64_t>(time.count());
+  m_sum.fetch_add(count, std::memory_order_relaxed);
   if (count > m_longest.load(std::memory_order_relaxed)) m_longest.store(count, std::memory_order_relaxed);
 }
 
@@ -53,6 +54,7 @@ void Totals::add(const Counters& counters) {
     answers[word] += count;
   for (std::size_t i = 0; i < latency.size(); ++i)
     latency[i] += counters.latency.countOf(i);
+  sumMicroseconds += static_cast<double>(counters.latency.sum().count()) / 1000;
   longestMicroseconds = std::max(longestMicroseconds, static_cast<double>(counters.latency.longest().count()) / 1000);
 }
 

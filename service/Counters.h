@@ -19,6 +19,7 @@ class Latency {
 
   void add(std::chrono::nanoseconds time);
   std::uint64_t countOf(std::size_t place) const { return m_counts[place].load(std::memory_order_relaxed); }
+  std::chrono::nanoseconds sum() const { return std::chrono::nanoseconds(m_sum.load(std::memory_order_relaxed)); }
   std::chrono::nanoseconds longest() const {
     return std::chrono::nanoseconds(m_longest.load(std::memory_order_relaxed));
   }
@@ -27,7 +28,7 @@ class Latency {
 
  private:
   std::array<std::atomic<std::uint64_t>, kClasses> m_counts{};
-  std::atomic<std::uint64_t> m_longest{0};
+  std::atomic<std::uint64_t> m_sum{0}, m_longest{0};
 };
 
 // What one thread counts; read by any.
@@ -57,7 +58,7 @@ struct Totals {
                 timeOuts = 0, connections = 0, overLimit = 0;
   std::map<std::string, std::uint64_t> answers;
   std::vector<std::uint64_t> latency = std::vector<std::uint64_t>(Latency::kClasses);
-  double longestMicroseconds = 0;
+  double longestMicroseconds = 0, sumMicroseconds = 0;
 
   void add(const Counters& counters);
   // The time that so large a share of the answers did not take longer than.
