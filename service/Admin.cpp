@@ -51,6 +51,7 @@ struct Admin::Parts {
       fcntl(m_socket.descriptor(), F_SETFL, flags & ~O_NONBLOCK);  // as the server expects it
     }
     bool isUnix() const;
+    void takeFileAway() { m_socket.takeFileAway(); }
     void run();
     void end();
 
@@ -175,6 +176,11 @@ void Admin::listen(ListenSocket socket) {
 void Admin::start() {
   for (const auto& http : m_parts->listeners)
     http->thread = std::thread([server = http.get()] { server->run(); });
+}
+
+void Admin::close() {
+  for (const auto& http : m_parts->listeners)
+    http->takeFileAway();
 }
 
 void Admin::stop() {

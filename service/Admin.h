@@ -23,6 +23,9 @@ class Admin {
 
   void listen(ListenSocket socket);
   void start();
+  // Takes its Unix sockets' files away; who is connected is served on.
+  void close();
+  // Waits for the requests that are under way.
   void stop();
 
  private:

@@ -143,12 +143,16 @@ ListenSocket::ListenSocket(ListenSocket&& other) noexcept
       m_ownNumber(other.m_ownNumber) {}
 
 // The file is taken away unless another has come to its place.
-void ListenSocket::close() {
+void ListenSocket::takeFileAway() {
   struct stat status {};
   const bool isOurs = !m_ownFile.empty() && lstat(m_ownFile.c_str(), &status) == 0 && status.st_dev == m_ownDevice &&
                       status.st_ino == m_ownNumber;
   if (isOurs) unlink(m_ownFile.c_str());
   m_ownFile.clear();
+}
+
+void ListenSocket::close() {
+  takeFileAway();
   m_descriptor = zrhost::FileDescriptor();
 }
 

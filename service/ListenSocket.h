@@ -39,6 +39,8 @@ class ListenSocket {
 
   int descriptor() const { return m_descriptor.get(); }
   const std::string& text() const { return m_text; }
+  // Nobody can find it any more, by its file.
+  void takeFileAway();
   // Nobody can connect any more.
   void close();
 

@@ -248,7 +248,8 @@ void endAtOnceWhenTold() {
 void Running::end(const sigset_t& signals) {
   tellManager("STOPPING=1");
   const bool hasTime = drain(signals);
-  m_server->stop();  // from here on no socket file of it is left
+  m_server->stop();
+  m_admin->close();  // from here on no file of a socket is left
   if (!hasTime) std::_Exit(0);
   endAtOnceWhenTold();
   m_admin->stop();
