@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -84,6 +85,12 @@ class Session {
   bool isSqlite() const { return m_source.isSqlite(); }
   const std::string& statements() const { return m_source.statements(); }
 
+  // For statements with parameters, which have a handle of their own on the connection (BoundStatement): makes one, and
+  // calls `wait`, an ODBC call on it, as run waits. A failure is told of the statement file `name`.
+  SQLHSTMT makeHandle();
+  SQLRETURN waitFor(const std::string& name, const std::function<SQLRETURN()>& wait);
+  [[noreturn]] void failOf(const std::string& name, SQLHSTMT handle);
+
  private:
   using Clock = std::chrono::steady_clock;
 
@@ -92,7 +99,7 @@ class Session {
   void execute(const std::string& sql);
   void waitForLocks();
   const char* value(const char* column);
-  [[noreturn]] void fail(const char* thrown);
+  [[noreturn]] void fail(const Diagnostic& diagnostic, const char* thrown);
   HostError missingTable(const Diagnostic& diagnostic, const char* thrown);
 
   Source& m_source;

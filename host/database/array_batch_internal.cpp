@@ -1,0 +1,66 @@
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/database/bound_statement_internal.h"
+#include "host/database/row_batch_internal.h"
+
+namespace zrhost {
+namespace {
+
+constexpr std::size_t kMostRows = 4000;
+constexpr std::size_t kMostBytes = 1 << 20;
+
+// An element of an array as text: in double quotes, so that only these and backslashes mean something else.
+void appendQuoted(std::string& array, const std::string& text) {
+  array += '"';
+  for (const char c : text) {
+    if (c == '"' || c == '\\') array += '\\';
+    array += c;
+  }
+  array += '"';
+}
+
+class ArrayBatch : public RowBatch {
+ public:
+  ArrayBatch(Session& session, const StagedTable& table)
+      : m_session(session), m_table(table), m_arrays(table.columns.size() + 1) {}
+
+  void add(std::uint64_t number, std::span<const Field* const> values) override {
+    for (std::string& array : m_arrays)
+      array += m_rows == 0 ? '{' : ',';
+    m_arrays[0] += std::to_string(number);
+    for (std::size_t column = 0; column < values.size(); ++column) {
+      std::string& array = m_arrays[column + 1];
+      m_table.columns[column].isNumber ? void(array += **values[column]) : appendQuoted(array, **values[column]);
+      m_bytes += values[column]->value().size();
+    }
+    if (++m_rows == kMostRows || m_bytes >= kMostBytes) send();
+  }
+
+  void send() override {
+    if (m_rows == 0) return;
+    if (!m_statement) m_statement.emplace(m_session, m_table.statement, "?", m_arrays.size());
+    for (std::size_t column = 0; column < m_arrays.size(); ++column)
+      m_statement->bindBytes(column, m_arrays[column] += '}');
+    m_statement->execute();
+    for (std::string& array : m_arrays)
+      array.capacity() > 2 * kMostBytes ? void(array = std::string()) : array.clear();
+    m_rows = m_bytes = 0;
+  }
+
+ private:
+  Session& m_session;
+  const StagedTable m_table;
+  std::vector<std::string> m_arrays;  // the row's numbers, then the columns
+  std::size_t m_rows = 0, m_bytes = 0;
+  std::optional<BoundStatement> m_statement;
+};
+
+}  // namespace
+
+std::unique_ptr<RowBatch> makeArrayBatch(Session& session, const StagedTable& table) {
+  return std::make_unique<ArrayBatch>(session, table);
+}
+
+}  // namespace zrhost

@@ -1,0 +1,2 @@
+INSERT INTO temp.staged_policy (number, policy_id, policy_type, policy_name, is_default)
+VALUES %s

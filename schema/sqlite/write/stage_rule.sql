@@ -1,0 +1,2 @@
+INSERT INTO temp.staged_rule (number, policy_id, position, rule_id, rule_type, rule_name, ldap_setting, action)
+VALUES %s
