@@ -15,6 +15,11 @@ namespace {
 constexpr std::uint64_t kRowsPerReport = 1024;
 constexpr std::size_t kMostExamples = 5;
 
+struct MendedExample {
+  std::uint64_t number;
+  std::string text;
+};
+
 // Hands the rows of a source to the writer, but for those that cannot go in whatever the others are.
 class Stager : public AnyRowSink {
  public:
@@ -26,26 +31,45 @@ class Stager : public AnyRowSink {
     ++m_summary.rejected;
   }
   const ImportSummary& summary() const { return m_summary; }
+  // Of mended rows, by number.
+  const std::vector<MendedExample>& examples() const { return m_examples; }
 
  private:
   void onRow(const AnyRow& row, const RowPlace& place) override {
     countRow();
+    const std::uint64_t number = m_numbers.of(place);
     const RowJudge::Verdict verdict = m_judge.judge(row);
     if (verdict.fault) {
       ++m_summary.rejected;
       return;
     }
-    if (!verdict.mended.empty()) noteMended(verdict.mended, place);
-    std::visit([&](const auto* each) { m_writer.stage(m_numbers.of(place), *each); }, row);
+    if (!stage(row, number)) {
+      ++m_summary.rejected;
+      return;
+    }
+    if (!verdict.mended.empty()) noteMended(verdict.mended, place, number);
   }
 
-  void noteMended(const std::vector<MendedValue>& mended, const RowPlace& place) {
+  // False when the database takes UTF-8 alone and the row is the first one that is not: which databases do is for the
+  // writer to know.
+  bool stage(const AnyRow& row, std::uint64_t number) {
+    try {
+      std::visit([&](const auto* each) { m_writer.stage(number, *each); }, row);
+      return true;
+    } catch (const HostError& error) {
+      if (error.kind() != ErrorKind::kBadRow || !utf8Fault(row)) throw;
+      m_judge.requireUtf8();
+      return false;
+    }
+  }
+
+  void noteMended(const std::vector<MendedValue>& mended, const RowPlace& place, std::uint64_t number) {
     ++m_summary.mended;
-    if (m_summary.mendedExamples.size() == kMostExamples) return;
+    if (m_examples.size() == kMostExamples) return;
     std::string text = terminalText(place.file) + ", line " + std::to_string(place.line) + ':';
     for (const MendedValue& value : mended)
       text += (&value == mended.data() ? " " : ", ") + value.text();
-    m_summary.mendedExamples.push_back(text);
+    m_examples.push_back({number, text});
   }
 
   void countRow() {
@@ -59,6 +83,7 @@ class Stager : public AnyRowSink {
   const ImportOptions& m_options;
   RowNumbers m_numbers;
   ImportSummary m_summary;
+  std::vector<MendedExample> m_examples;
 };
 
 bool isSameFile(const std::string& a, const std::string& b) {
@@ -106,6 +131,8 @@ class Importing {
     PolicyWriter writer(target);
     stage(writer);
     if (m_summary.rejected > 0) lookAgain();
+    for (MendedExample& example : m_examples)
+      m_summary.mendedExamples.push_back(std::move(example.text));
     const ContentCounts before = writer.counts();
     const Changes changes = writer.apply(m_options.mode);
     if (!m_options.allowDrop) refuseLoss(before, writer.counts(), changes);
@@ -120,9 +147,11 @@ class Importing {
   void stage(PolicyWriter& writer) {
     Stager stager(m_source, m_judge, writer, m_options);
     m_source.read(stager);
-    if (m_options.onProgress) m_options.onProgress({stager.summary().read, m_source.bytesRead(), m_source.bytesInAll()});
+    if (m_options.onProgress)
+      m_options.onProgress({stager.summary().read, m_source.bytesRead(), m_source.bytesInAll()});
     writer.rejectFaults(m_options.mode, [this](const StagedFault& fault) { m_staged.add(fault); });
     m_summary = stager.summary();
+    m_examples = stager.examples();
     m_summary.rejected += m_staged.size();
   }
 
@@ -130,12 +159,15 @@ class Importing {
     const bool isFatal = m_options.rejects.empty();
     SecondLook look(m_judge, m_staged, m_rejects ? &*m_rejects : nullptr,
                     isFatal ? m_options.onRejected : std::function<void(const std::string&)>());
+    look.onMendedInVain = [this](std::uint64_t number) {
+      --m_summary.mended;
+      std::erase_if(m_examples, [number](const MendedExample& example) { return example.number == number; });
+    };
     m_source.read(look);
     if (look.rejected() != m_summary.rejected) {
       throw HostError(ErrorKind::kInputOutput, m_source.name() + " changed while it was read; nothing was changed");
     }
     look.finish();
-    m_summary.mended -= look.mended();
     if (isFatal) failForRejected();
   }
 
@@ -152,6 +184,7 @@ class Importing {
   StagedFaults m_staged;
   std::optional<RejectWriter> m_rejects;
   ImportSummary m_summary;
+  std::vector<MendedExample> m_examples;
 };
 
 }  // namespace

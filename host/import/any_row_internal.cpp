@@ -2,6 +2,7 @@
 
 #include "host/base/strict_number.h"
 #include "host/base/terminal_text.h"
+#include "host/base/utf8.h"
 
 namespace zrhost {
 namespace {
@@ -39,6 +40,15 @@ std::optional<std::string> tableFault(const AnyRow& row) {
     if (!fault && field && field->find('\0') != std::string::npos) {
       fault = std::string(column.name) + " holds a zero byte, which no table can hold";
     }
+  });
+  return fault;
+}
+
+std::optional<std::string> utf8Fault(const AnyRow& row) {
+  std::optional<std::string> fault;
+  forColumns(row, [&](const PolicyColumn& column, const Field& field) {
+    if (fault || !field || isUtf8(*field)) return;
+    fault = std::string(column.name) + " holds bytes that are no UTF-8, which this database does not take";
   });
   return fault;
 }

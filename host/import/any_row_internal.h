@@ -37,6 +37,9 @@ std::string nameOf(const AnyRow& row);
 // Why no table can hold the row, whatever its values mean; nothing when one can.
 std::optional<std::string> tableFault(const AnyRow& row);
 
+// Why a database whose texts are UTF-8 cannot hold the row.
+std::optional<std::string> utf8Fault(const AnyRow& row);
+
 // The rows of every table, in one place.
 class AnyRowSink : public PlacedRowSink {
  public:
@@ -53,6 +56,7 @@ class AnyRowSink : public PlacedRowSink {
 // below 2^53, so that nothing on their way can round them.
 class RowNumbers {
  public:
+  // To be asked for every row, so that each reading of a source gives the same numbers.
   std::uint64_t of(const RowPlace& place);
 
  private:

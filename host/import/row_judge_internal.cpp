@@ -33,6 +33,7 @@ std::optional<std::string> RowJudge::faultOf(const LinkRow& link) {
 RowJudge::Verdict RowJudge::judge(const AnyRow& row) {
   Verdict verdict;
   verdict.fault = tableFault(row);
+  if (!verdict.fault && m_onlyUtf8) verdict.fault = utf8Fault(row);
   if (verdict.fault || m_asIs) return verdict;
   if (auto* const* link = std::get_if<LinkRow*>(&row)) {
     verdict.mended = mend(**link);

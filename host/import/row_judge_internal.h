@@ -16,6 +16,9 @@ class RowJudge {
   // With `asIs` rows are as they are: nothing is mended, and only what no table can hold is refused.
   explicit RowJudge(bool asIs) : m_asIs(asIs) {}
 
+  // From now on texts must be UTF-8, as the database's are.
+  void requireUtf8() { m_onlyUtf8 = true; }
+
   struct Verdict {
     std::vector<MendedValue> mended{};
     std::optional<std::string> fault{};  // why the row is rejected
@@ -27,6 +30,7 @@ class RowJudge {
   std::optional<std::string> faultOf(const LinkRow& link);
 
   bool m_asIs;
+  bool m_onlyUtf8 = false;
   EntityCheck m_entities;
 };
 

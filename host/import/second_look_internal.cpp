@@ -60,14 +60,15 @@ void SecondLook::reject(const AnyRow& row, const RowPlace& place, const std::str
 
 // A rejected row is handed back as it came: it is a copy that is mended.
 void SecondLook::onRow(const AnyRow& row, const RowPlace& place) {
+  const std::uint64_t number = m_numbers.of(place);
   std::visit(
       [&](const auto* each) {
         auto copy = *each;
         const RowJudge::Verdict verdict = m_judge.judge(&copy);
         if (verdict.fault) return reject(row, place, *verdict.fault);
-        const auto staged = m_staged.faultOf(m_numbers.of(place));
+        const auto staged = m_staged.faultOf(number);
         if (!staged) return;
-        m_mended += verdict.mended.empty() ? 0 : 1;
+        if (!verdict.mended.empty() && onMendedInVain) onMendedInVain(number);
         reject(row, place, reasonOf(*staged, &copy, place));
       },
       row);

@@ -24,8 +24,8 @@ class SecondLook : public AnyRowSink {
   void finish();
 
   std::uint64_t rejected() const { return m_rejected; }
-  // Rows that were mended and are yet rejected.
-  std::uint64_t mended() const { return m_mended; }
+  // Gets the numbers of the rows that were staged, mended, and are yet rejected.
+  std::function<void(std::uint64_t number)> onMendedInVain;
 
  private:
   void onRow(const AnyRow& row, const RowPlace& place) override;
@@ -38,7 +38,6 @@ class SecondLook : public AnyRowSink {
   std::function<void(const std::string&)> m_list;
   RowNumbers m_numbers;
   std::uint64_t m_rejected = 0;
-  std::uint64_t m_mended = 0;
 };
 
 }  // namespace zrhost
