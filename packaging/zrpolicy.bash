@@ -59,7 +59,8 @@ _zrpolicy() {
   elif [[ $word != -* && ${path[0]:-} == help ]]; then
     mapfile -t offered < <(_zrpolicy_usage "${plain[@]}" | grep -v '^-')
   elif [[ $word != -* && "${path[*]}" =~ ^(import|export|test)$ ]]; then
-    mapfile -t offered < <(_zrpolicy_values '--file FILE' "$word")
+    option='file FILE'
+    mapfile -t offered < <(_zrpolicy_values "$option" "$word")
   elif [[ $word != -* && "${path[*]}" == config\ [gsu]* ]]; then
     mapfile -t offered < <(_zrpolicy_setting "${path[1]}" "$word" "${plain[@]}")
   else
@@ -70,7 +71,7 @@ _zrpolicy() {
   for each in "${offered[@]}"; do
     [[ $each != "$word"* ]] || COMPREPLY+=("$each")
   done
-  case "$option ${plain[1]:-}${path[*]/#*(import|export|test)*/ FILE }" in  # has bash quote what is odd in the name of a file, and end that of a folder in a /
+  case "$option ${plain[1]:-}" in  # has bash quote what is odd in the name of a file, and end that of a folder in a /
     *" FILE "* | *" FOLDER "* | *file | *directory) compopt -o filenames 2>/dev/null ;;
     *) [ ${#COMPREPLY[@]} -eq 0 ] || mapfile -t COMPREPLY < <(printf '%q
 ' "${COMPREPLY[@]}") ;;
