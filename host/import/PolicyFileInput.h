@@ -16,7 +16,7 @@ class PolicyFileInput : public ImportSource {
   explicit PolicyFileInput(std::string path);
 
   void read(PlacedRowSink& sink) override;
-  std::string name() const override;
+  std::string name() const final;
   std::string path() const override;
   PolicyFileShape shape() const override { return m_shape; }
   std::uint64_t bytesRead() const override { return m_reader->bytesRead(); }

@@ -19,7 +19,7 @@ class ImportCommand : public testing::Test {
     words.insert(words.end(), {"--database", m_database});
     return runCommand(words, setup);
   }
-  CommandResult given(const std::string& input, Words words) {
+  CommandResult given(const std::string& input, const Words& words) {
     CommandSetup setup;
     setup.input = input;
     return run(words, setup);
