@@ -5,8 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <malloc.h>
 #include <memory>
 #include <string>
 #include <unistd.h>
@@ -53,23 +51,6 @@ class CountingSink : public zrhost::RowSink {
   std::int64_t rows = 0;
 };
 
-// A line of /proc/self/status, in KiB.
-double memory(const std::string& name) {
-  std::ifstream status("/proc/self/status");
-  for (std::string word; status >> word;) {
-    if (word != name + ":") continue;
-    double kibibytes = 0;
-    status >> kibibytes;
-    return kibibytes;
-  }
-  return 0;
-}
-
-void forgetPeak() {
-  malloc_trim(0);
-  std::ofstream("/proc/self/clear_refs") << 5;
-}
-
 void loadLinks(benchmark::State& state) {
   const TemporaryFolder folder;
   zrhost::DatabaseOptions options;
@@ -80,11 +61,11 @@ void loadLinks(benchmark::State& state) {
   double reading = 0, loading = 0, peakRatio = 0;
   while (state.KeepRunning()) {
     reading += zrbench::secondsFor([&] { database.read(counted); });
-    forgetPeak();
-    const double before = memory("VmRSS");
+    zrbench::forgetPeak();
+    const double before = zrbench::memory("VmRSS");
     std::shared_ptr<const zrhost::Snapshot> snapshot;
     loading += zrbench::secondsFor([&] { snapshot = zrhost::Snapshot::load(database); });
-    peakRatio = (memory("VmHWM") - before) / (memory("VmRSS") - before);
+    peakRatio = (zrbench::memory("VmHWM") - before) / (zrbench::memory("VmRSS") - before);
   }
   state.counters["rows"] = static_cast<double>(counted.rows) / static_cast<double>(state.iterations());
   state.counters["reading_s"] = reading / static_cast<double>(state.iterations());

@@ -209,7 +209,7 @@ void Session::execute(const std::string& sql) {
     if (m_source.isSqlite()) waitForLocks();
     m_waiter.during([&] { m_connection->executeSQL(sql.c_str(), ZrDbConnect::SQLTYPE_ANSI); });
   } catch (const char* thrown) {
-    fail(thrown);
+    fail(diagnosticOf(SQL_HANDLE_STMT, m_connection->m_hstmt), thrown);
   }
   m_lockWait -= static_cast<int>(millisecondsSince(m_begun));
 }
@@ -231,7 +231,7 @@ bool Session::next() {
   try {
     if (m_waiter.during([this] { return m_connection->fetchNextRow(); }) == 0) return ++m_rows != 0;
   } catch (const char* thrown) {
-    fail(thrown);
+    fail(diagnosticOf(SQL_HANDLE_STMT, m_connection->m_hstmt), thrown);
   }
   m_source.throwIfChanged();
   endStatement();
@@ -255,10 +255,26 @@ const char* Session::value(const char* column) {
   }
 }
 
-void Session::fail(const char* thrown) {
-  const Diagnostic diagnostic = diagnosticOf(SQL_HANDLE_STMT, m_connection->m_hstmt);
+SQLHSTMT Session::makeHandle() {
+  SQLHSTMT handle = nullptr;
+  if (SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_STMT, m_connection->m_hdbc, &handle))) return handle;
+  fail(diagnosticOf(SQL_HANDLE_DBC, m_connection->m_hdbc), "no statement handle");
+}
+
+SQLRETURN Session::waitFor(const std::string& name, const std::function<SQLRETURN()>& wait) {
+  beginStatement(name);
+  return m_waiter.during(wait);
+}
+
+void Session::failOf(const std::string& name, SQLHSTMT handle) {
+  beginStatement(name);
+  fail(diagnosticOf(SQL_HANDLE_STMT, handle), "the driver said nothing");
+}
+
+void Session::fail(const Diagnostic& diagnostic, const char* thrown) {
   const FailurePlace place = m_source.place();
-  const bool isExplained = m_file.ends_with(kFindTables) || place.sqlite || place.access != Access::kRead;
+  const bool isExplained =
+      m_file.ends_with(kFindTables) || place.sqlite || place.access == Access::kChange || place.access == Access::kMake;
   m_running = false;
   const HostError error = diagnostic.state == kNoSuchTable && !isExplained
                               ? missingTable(diagnostic, thrown)

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -78,11 +79,19 @@ class Session {
   const std::string& sqlState() const { return m_sqlState; }
   // What messages say that statements are for, from now on; without it they say the name of the statement's file.
   void setTask(const std::string& task) { m_task = task; }
+  // From now on locks are waited for as long as at the beginning.
+  void renewLockWait() { m_lockWait = m_source.lockWait(); }
   // Has the pool replace the connection when it is lent next.
   void breakConnection() noexcept { m_connection->m_state = 6; }
   const DatabaseOptions& options() const { return m_source.options; }
   bool isSqlite() const { return m_source.isSqlite(); }
   const std::string& statements() const { return m_source.statements(); }
+
+  // For statements with parameters, which have a handle of their own on the connection (BoundStatement): makes one, and
+  // calls `wait`, an ODBC call on it, as run waits. A failure is told of the statement file `name`.
+  SQLHSTMT makeHandle();
+  SQLRETURN waitFor(const std::string& name, const std::function<SQLRETURN()>& wait);
+  [[noreturn]] void failOf(const std::string& name, SQLHSTMT handle);
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -92,7 +101,7 @@ class Session {
   void execute(const std::string& sql);
   void waitForLocks();
   const char* value(const char* column);
-  [[noreturn]] void fail(const char* thrown);
+  [[noreturn]] void fail(const Diagnostic& diagnostic, const char* thrown);
   HostError missingTable(const Diagnostic& diagnostic, const char* thrown);
 
   Source& m_source;
