@@ -11,6 +11,7 @@
 #include "cli/check_command.h"
 #include "cli/command_context.h"
 #include "cli/config_command.h"
+#include "cli/diff_command.h"
 #include "cli/exit_status.h"
 #include "cli/explain_command.h"
 #include "cli/export_command.h"
@@ -61,6 +62,7 @@ void addCommands(CLI::App& program, CommandContext& context) {
   addCheckCommand(program, context);
   addExportCommand(program, context);
   addTestCommand(program, context);
+  addDiffCommand(program, context);
   addConfigCommand(program, context);
   addHelpCommand(program, context);
   program.set_version_flag("--version", "zrpolicy " ZR_VERSION, "Print the version and leave.");
