@@ -12,7 +12,9 @@
 #include "cli/command_context.h"
 #include "cli/config_command.h"
 #include "cli/copy_command.h"
+#include "cli/diff_command.h"
 #include "cli/exit_status.h"
+#include "cli/explain_command.h"
 #include "cli/export_command.h"
 #include "cli/help_command.h"
 #include "cli/help_format.h"
@@ -57,12 +59,14 @@ void addCommands(CLI::App& program, CommandContext& context) {
   program.require_subcommand(0, 1);
   addInitCommand(program, context);
   addLookupCommand(program, context);
+  addExplainCommand(program, context);
   addLoadCommand(program, context);
   addCheckCommand(program, context);
   addExportCommand(program, context);
   addImportCommand(program, context);
   addCopyCommand(program, context);
   addTestCommand(program, context);
+  addDiffCommand(program, context);
   addConfigCommand(program, context);
   addHelpCommand(program, context);
   program.set_version_flag("--version", "zrpolicy " ZR_VERSION, "Print the version and leave.");

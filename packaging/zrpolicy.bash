@@ -58,9 +58,9 @@ _zrpolicy() {
     mapfile -t offered < <(_zrpolicy_values "$option" "$word")
   elif [[ $word != -* && ${path[0]:-} == help ]]; then
     mapfile -t offered < <(_zrpolicy_usage "${plain[@]}" | grep -v '^-')
-  elif [[ $word != -* && "${path[*]}" =~ ^(import|export|test)$ ]]; then
-    option='file FILE'
-    mapfile -t offered < <(_zrpolicy_values "$option" "$word")
+  elif [[ $word != -* && ${path[0]:-} =~ ^(export|import|test|diff)$ ]]; then
+    option="${path[0]} FILE"  # which is what their arguments are
+    mapfile -t offered < <(compgen -f -- "$word")
   elif [[ $word != -* && "${path[*]}" == config\ [gsu]* ]]; then
     mapfile -t offered < <(_zrpolicy_setting "${path[1]}" "$word" "${plain[@]}")
   else

@@ -10,6 +10,7 @@
 
 #include "host/base/strict_number.h"
 #include "host/base/terminal_text.h"
+#include "host/database/connect_turn_internal.h"
 #include "host/database/odbc_diagnostic_internal.h"
 #include "host/database/sql_directory.h"
 #include "host/log/LibraryErrors.h"
@@ -125,9 +126,8 @@ void Source::openPool() {
   SilenceWatch::Waiter waiter(m_watch);
   const std::string& dsn = m_dataSource.name();
   try {
-    waiter.whileConnecting([&] {
-      m_pool.init(dsn.c_str(), options.poolSize, dsn.c_str(), options.user.c_str(), m_dataSource.password().c_str());
-    });
+    const ConnectScope scope(m_dataSource.isSqlite(), waiter);
+    m_pool.init(dsn.c_str(), options.poolSize, dsn.c_str(), options.user.c_str(), m_dataSource.password().c_str());
   } catch (const char* thrown) {
     throw connectFailure(place(), connectDiagnostic(), thrown);
   }
@@ -164,7 +164,8 @@ ZrDbConnect* Source::lend() {
     forgetConnectDiagnostic();
     takeLibraryErrors();
     try {
-      return waiter.whileConnecting([this] { return m_pool.getConnect(); });
+      const ConnectScope scope(m_dataSource.isSqlite(), waiter);
+      return m_pool.getConnect();
     } catch (const char* thrown) {
       if (!connectDiagnostic().text.empty()) throw connectFailure(place(), connectDiagnostic(), thrown);
       throw HostError(ErrorKind::kUnreachable,

@@ -22,6 +22,8 @@ TEST(Usage, HelpAndVersionSucceedAndTheManualPageHasEveryOptionOfTheHelp) {
   for (const Words& words : {Words{"--help"},
                              {"init", "--help"},
                              {"lookup", "-h"},
+                             {"explain", "--help"},
+                             {"diff", "--help"},
                              {"load", "--help"},
                              {"check", "--help"},
                              {"export", "--help"},
@@ -55,6 +57,8 @@ TEST(Usage, WrongCommandLineIsOneLineThatNamesWhatIsWrong) {
       {{"lookup", "--database", "x", "--dsn", "y", "--all"}, "--dsn"},
       {{"check", "--file", "x", "--dsn", "y"}, "--file excludes --dsn"},
       {{"check", "--database", "x", "--ignore", "nonsense"}, "there is no code nonsense"},
+      {{"explain", "--database", "x", "--policy", "7"}, "explain: nothing is asked"},
+      {{"explain", "--database", "x", "--all", "--policy", "seven"}, "--policy"},
       {{"export", "--database", "x", "--format", "csv"}, "name the folder"},
       {{"load", "--database", "x", "--log-level", "5"}, "--log-level"},
       {{"load", "--database", "x", "--database", "y"}, "--database"},
@@ -91,7 +95,7 @@ TEST(Usage, CompletionOffersWhatTheCommandTakesAndNoMore) {
   folder.write("my file", "");
   const std::string ini = folder.write("odbc.ini", "[policies]\nDriver=x\n[my source]\nDriver=x\n");
   const std::pair<const char*, const char*> cases[] = {
-      {"''", "init|lookup|load|check|export|import|copy|test|config|help|"},
+      {"''", "init|lookup|explain|load|check|export|import|copy|test|diff|config|help|"},
       {"lookup --js", "--json|"},
       {"load --js", ""},
       {"config check ''", "--help|--config|"},
@@ -100,6 +104,8 @@ TEST(Usage, CompletionOffersWhatTheCommandTakesAndNoMore) {
       {"lookup --user config --database m", "my file|"},
       {"import --replace m", "my file|"},
       {"copy --from-dsn p", "policies|"},
+      {"diff 'my file' m", "my file|"},
+      {"diff --q", "--questions|"},
       {"load --log-level ''", "0|1|2|3|4|"},
       {"config s", "show|set|"},
       {"config show ''", "database|sql|log|"},
