@@ -38,7 +38,8 @@ ProgressBar::ProgressBar() : m_onTerminal(::isatty(STDOUT_FILENO) == 1 && ::isat
 void ProgressBar::show(std::uint64_t rows, std::uint64_t done, std::uint64_t all) {
   constexpr std::chrono::milliseconds kBetween(100);
   const auto now = std::chrono::steady_clock::now();
-  if (!m_onTerminal || now < m_next) return;
+  const bool isRead = all > 0 && done >= all;  // it is shown for long
+  if (!m_onTerminal || (now < m_next && !isRead)) return;
   m_next = now + kBetween;
   m_isShown = true;
   const double seconds = std::chrono::duration<double>(now - m_start).count();

@@ -15,7 +15,7 @@ class ProgressBar {
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
-  // Draws at most ten times a second.
+  // Draws at most ten times a second, but once all is read.
   void show(std::uint64_t rows) { show(rows, 0, 0); }
   // `done` of `all` bytes were read; 0 of all when that is not known.
   void show(std::uint64_t rows, std::uint64_t done, std::uint64_t all);
