@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -82,10 +83,11 @@ void reload(benchmark::State& state) {
   const double one = memory("VmRSS") - empty;
   double effect = 0, plain = 0, peak = 0;
   for (auto _ : state) {
-    zrbench::forgetPeak();
+    std::ofstream("/proc/self/clear_refs") << 5;  // memory that was freed stays where it is, as in a service
     const std::uint32_t old = policies.lease()->generation();
     database.run("UPDATE policy SET policy_type = policy_type + 1 WHERE policy_id = 1");
     effect += zrbench::secondsFor([&] { waitForGeneration(policies, old); });
+    fprintf(stderr,"peak %f rss %f\n",(memory("VmHWM") - empty) / one,(memory("VmRSS") - empty) / one);
     peak = std::max(peak, (memory("VmHWM") - empty) / one);
     plain += static_cast<double>(policies.lease()->loadTime().count()) / 1000;
   }

@@ -64,6 +64,7 @@ constexpr Cause kServer[] = {
     {"40", kAny, "", kUnreachable, "had to put another transaction first; try again"},
     {"23", kAny, "", kRow, kRefused},
     {"54", kAny, "", kRow, kRefused},
+    {"P0001", kAny, "", kRow, kRefused},
     {"22021", kAny, "", kRow, kNoSuchCharacter},
     {"22P05", kAny, "", kRow, kNoSuchCharacter},
     {"25006", kAny, "", kUnreachable, "is read-only; use the primary server"},
