@@ -87,7 +87,6 @@ void reload(benchmark::State& state) {
     const std::uint32_t old = policies.lease()->generation();
     database.run("UPDATE policy SET policy_type = policy_type + 1 WHERE policy_id = 1");
     effect += zrbench::secondsFor([&] { waitForGeneration(policies, old); });
-    fprintf(stderr,"peak %f rss %f\n",(memory("VmHWM") - empty) / one,(memory("VmRSS") - empty) / one);
     peak = std::max(peak, (memory("VmHWM") - empty) / one);
     plain += static_cast<double>(policies.lease()->loadTime().count()) / 1000;
   }
@@ -96,7 +95,8 @@ void reload(benchmark::State& state) {
   state.counters["peak/one"] = peak;
   state.counters["one_MB"] = one / 1024;
 }
-BENCHMARK(reload)->Arg(100000)->Arg(1000000)->Iterations(4)->Unit(benchmark::kSecond);
+// Once only: what an earlier run freed would be taken for empty.
+BENCHMARK(reload)->Arg(1000000)->Iterations(3)->Unit(benchmark::kSecond);
 
 }  // namespace
 
