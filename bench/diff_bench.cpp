@@ -2,8 +2,8 @@
 // of users, equal but for one link in a thousand. One run shows the ratio that counts: the time of comparing against
 // that of loading both.
 
+#include "bench/bench_database.h"
 #include "bench/bench_run.h"
-#include "bench/many_links.h"
 #include "host/database/PolicyDatabase.h"
 #include "host/diff/RowDiff.h"
 #include "host/load/Snapshot.h"
@@ -11,14 +11,9 @@
 namespace {
 
 void compareLinks(benchmark::State& state) {
-  const zrbench::TemporaryFolder folder;
-  zrhost::DatabaseOptions old, now;
-  old.file = folder.file("old.db");
-  now.file = folder.file("now.db");
-  zrbench::makeDatabase(old, state.range(0));
-  zrbench::makeDatabase(now, state.range(0));
-  zrbench::runSql(now.file, "UPDATE ep_link SET priority = priority + 1 WHERE link_id % 1000 = 0");
-  zrhost::PolicyDatabase before(old), after(now);
+  const zrbench::BenchDatabase old(state.range(0)), now(state.range(0));
+  now.run("UPDATE ep_link SET priority = priority + 1 WHERE link_id % 1000 = 0");
+  zrhost::PolicyDatabase before(old.options()), after(now.options());
   double loading = 0, comparing = 0, different = 0;
   while (state.KeepRunning()) {
     loading += zrbench::secondsFor([&] { zrhost::Snapshot::load(before); });

@@ -3,10 +3,9 @@
 // against what the filled cache takes.
 
 #include <memory>
-#include <string>
 
+#include "bench/bench_database.h"
 #include "bench/bench_run.h"
-#include "bench/many_links.h"
 #include "host/database/PolicyDatabase.h"
 #include "host/load/Snapshot.h"
 
@@ -24,11 +23,8 @@ class CountingSink : public zrhost::RowSink {
 };
 
 void loadLinks(benchmark::State& state) {
-  const zrbench::TemporaryFolder folder;
-  zrhost::DatabaseOptions options;
-  options.file = folder.file("policies.db");
-  zrbench::makeDatabase(options, state.range(0));
-  zrhost::PolicyDatabase database(options);
+  const zrbench::BenchDatabase links(state.range(0));
+  zrhost::PolicyDatabase database(links.options());
   CountingSink counted;
   double reading = 0, loading = 0, peakRatio = 0;
   while (state.KeepRunning()) {

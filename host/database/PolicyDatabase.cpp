@@ -1,5 +1,9 @@
 #include "host/database/PolicyDatabase.h"
 
+#include <filesystem>
+#include <limits>
+
+#include "host/base/strict_number.h"
 #include "host/database/locks_internal.h"
 #include "host/database/session_internal.h"
 #include "host/database/table_reading_internal.h"
@@ -63,6 +67,27 @@ Revision PolicyDatabase::revision() {
   Session session(*m_parts);
   std::optional<Transaction> transaction;
   return beginReading(transaction, session, 0);
+}
+
+bool PolicyDatabase::isFile() const {
+  return m_parts->isSqlite();
+}
+
+bool PolicyDatabase::isFileReplaced() const {
+  return m_parts->isFileReplaced();
+}
+
+std::optional<std::chrono::milliseconds> PolicyDatabase::standbyLag() {
+  constexpr const char* kStatement = "read_standby_lag.sql";  // which not every kind of database has
+  std::error_code ignored;
+  if (!std::filesystem::exists(m_parts->statements() + kStatement, ignored)) return std::nullopt;
+  Session session(*m_parts);
+  session.run(kStatement);
+  if (!session.next()) return std::nullopt;
+  Field lag;
+  session.take("standby_lag", lag);
+  const auto milliseconds = strictNumber(lag.value_or(""), 0, std::numeric_limits<std::int64_t>::max());
+  return milliseconds ? std::optional(std::chrono::milliseconds(*milliseconds)) : std::nullopt;
 }
 
 }  // namespace zrhost

@@ -158,6 +158,10 @@ void Source::throwIfChanged() const {
   if (m_dataSource.sqliteFile() != nullptr) m_dataSource.sqliteFile()->throwIfChanged();
 }
 
+bool Source::isFileReplaced() const {
+  return m_dataSource.sqliteFile() != nullptr && m_dataSource.sqliteFile()->isReplaced();
+}
+
 ZrDbConnect* Source::lend() {
   SilenceWatch::Waiter waiter(m_watch);
   return withRetries(options, [&] {

@@ -36,6 +36,8 @@ class Source {
   FailurePlace place() const { return {placeOf(options), m_sqlite, m_access}; }
   // Throws HostError kUnreachable when what is read without locks has been written to.
   void throwIfChanged() const;
+  // Whether the path of the SQLite file leads elsewhere by now.
+  bool isFileReplaced() const;
   // Lends a connection, with as many attempts to connect as the options allow where it has to be replaced.
   ZrDbConnect* lend();
 
