@@ -77,8 +77,8 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
     serve();
   }
 
-  // For one who is to go: what has been sent before counts as asked. What comes while it is answered does not, or a client
-  // that always has one more request would keep the service from its end.
+  // For one who is to go: what has been sent before counts as asked. What comes while it is answered does not, or a
+  // client that always has one more request would keep the service from its end.
   void readWhatIsThere() {
     asio::error_code error;
     m_socket.non_blocking(true, error);
@@ -108,7 +108,8 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
     if (!m_reply.empty()) return write();
     if (m_isClosing) return close();
     if (!m_worker.isDraining()) return read();
-    m_hasReadAll && m_end == m_start ? close() : readWhatIsThere();
+    const bool isDone = m_hasReadAll && m_end == m_start;
+    isDone ? close() : readWhatIsThere();
   }
 
   // Replies to what cannot be answered, and hears no more of it.
