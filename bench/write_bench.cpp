@@ -1,8 +1,8 @@
 // What it costs to bring a million links into an empty policy database, against the database's own tool (`.import` of
 // sqlite3, `COPY` of psql) and the same rows, tables and indexes. The tool is timed twice: into tables without the
 // triggers that raise the revision, which is the stricter measure, and into the tables as they are. Then the same rows
-// once more, which change nothing, and the same from a file, as an import has it. Also the peaks of this program's
-// resident memory above what it was before.
+// once more, which change nothing, and the same from a file, as an import has it. Then all of it out again, against the
+// tool's own way (`.dump`, `COPY`). Also the peaks of this program's resident memory above what it was before.
 
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +17,7 @@
 #include "host/database/PolicyWriter.h"
 #include "host/import/Import.h"
 #include "host/import/PolicyFileInput.h"
+#include "host/policyfile/PolicyFileWriter.h"
 
 namespace {
 
@@ -29,6 +30,8 @@ struct Place {
   std::string dropTriggers;
   std::string import;      // the tool's script that brings the rows in
   std::string policyFile;  // the same rows for an import
+  std::string dump;        // the tool's script that takes them out
+  std::string exported;    // where an export goes
 };
 
 zrhost::LinkRow linkOf(std::int64_t i) {
@@ -78,9 +81,18 @@ void importFile(const Place& place) {
   if (zrhost::importRows(input, place.options, {}).rejected != 0) std::abort();
 }
 
+void exportFile(const Place& place, zrhost::PolicyFileFormat format) {
+  zrhost::PolicyDatabase database(place.options);
+  const auto writer =
+      zrhost::makePolicyFileWriter(place.exported + (format == zrhost::PolicyFileFormat::kCsv ? "" : ".jsonl"), format);
+  database.readByKey(*writer);
+  writer->commit();
+}
+
 void measure(benchmark::State& state, const Place& place) {
   const std::int64_t links = state.range(0);
   double bare = 0, tool = 0, first = 0, again = 0, peak = 0, imported = 0, importPeak = 0;
+  double dump = 0, jsonLines = 0, csv = 0;
   while (state.KeepRunning()) {
     empty(place, false);
     bare += zrbench::secondsFor([&] { place.run(place.import); });
@@ -96,6 +108,9 @@ void measure(benchmark::State& state, const Place& place) {
     zrbench::forgetPeak();
     imported += zrbench::secondsFor([&] { importFile(place); });
     importPeak = zrbench::memory("VmHWM");
+    dump += zrbench::secondsFor([&] { place.run(place.dump); });
+    jsonLines += zrbench::secondsFor([&] { exportFile(place, zrhost::PolicyFileFormat::kJsonLines); });
+    csv += zrbench::secondsFor([&] { exportFile(place, zrhost::PolicyFileFormat::kCsv); });
   }
   const auto times = static_cast<double>(state.iterations());
   state.counters["tool_s"] = bare / times;
@@ -107,6 +122,8 @@ void measure(benchmark::State& state, const Place& place) {
   state.counters["importing/tool"] = imported / bare;
   state.counters["importing/tool_with_triggers"] = imported / tool;
   state.counters["importing_peak_MiB"] = importPeak / 1024;  // of the whole program
+  state.counters["exporting/tool"] = jsonLines / dump;
+  state.counters["exporting_csv/tool"] = csv / dump;
 }
 
 void writeToSqlite(benchmark::State& state) {
@@ -122,6 +139,8 @@ void writeToSqlite(benchmark::State& state) {
     for (const char* change : {"insert", "update", "delete"})
       place.dropTriggers += std::string("DROP TRIGGER ") + table + "_" + change + ";\n";
   place.import = ".mode csv\n.import '" + folder.file("links.csv") + "' ep_link\n";
+  place.dump = ".output '" + folder.file("dump.sql") + "'\n.dump\n";
+  place.exported = folder.file("exported");
   std::ofstream(place.options.file).close();
   measure(state, place);
 }
@@ -142,6 +161,9 @@ void writeToPostgres(benchmark::State& state) {
   for (const char* table : {"policy", "policy_rule", "ep_link", "group_member"})
     place.dropTriggers += std::string("ALTER TABLE ") + table + " DISABLE TRIGGER USER;\n";
   place.import = "\\copy ep_link from '" + folder.file("links.csv") + "' with (format csv)\n";
+  place.dump =
+      "\\copy (SELECT * FROM ep_link ORDER BY link_id) to '" + folder.file("dump.csv") + "' with (format csv)\n";
+  place.exported = folder.file("exported");
   measure(state, place);
 }
 BENCHMARK(writeToPostgres)->Arg(10000)->Arg(1000000)->Iterations(1)->Unit(benchmark::kSecond);
