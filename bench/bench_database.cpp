@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 
 #include "host/database/PolicyDatabase.h"
 
@@ -34,21 +33,6 @@ void BenchDatabase::run(const std::string& sql) const {
   std::FILE* shell = popen(("sqlite3 -bail '" + options().file + "'").c_str(), "w");
   std::fputs(sql.c_str(), shell);
   if (pclose(shell) != 0) std::exit(1);
-}
-
-double memory(const std::string& name) {
-  std::ifstream status("/proc/self/status");
-  for (std::string word; status >> word;) {
-    if (word != name + ":") continue;
-    double kibibytes = 0;
-    status >> kibibytes;
-    return kibibytes;
-  }
-  return 0;
-}
-
-void forgetPeak() {
-  std::ofstream("/proc/self/clear_refs") << 5;
 }
 
 }  // namespace zrbench

@@ -24,9 +24,4 @@ class BenchDatabase {
   std::filesystem::path m_folder;
 };
 
-// A line of /proc/self/status, in KiB.
-double memory(const std::string& name);
-// From now on VmHWM is the peak since now.
-void forgetPeak();
-
 }  // namespace zrbench

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -82,7 +83,7 @@ void reload(benchmark::State& state) {
   const double one = memory("VmRSS") - empty;
   double effect = 0, plain = 0, peak = 0;
   for (auto _ : state) {
-    zrbench::forgetPeak();
+    std::ofstream("/proc/self/clear_refs") << 5;  // memory that was freed stays where it is, as in a service
     const std::uint32_t old = policies.lease()->generation();
     database.run("UPDATE policy SET policy_type = policy_type + 1 WHERE policy_id = 1");
     effect += zrbench::secondsFor([&] { waitForGeneration(policies, old); });
@@ -94,7 +95,8 @@ void reload(benchmark::State& state) {
   state.counters["peak/one"] = peak;
   state.counters["one_MB"] = one / 1024;
 }
-BENCHMARK(reload)->Arg(100000)->Arg(1000000)->Iterations(4)->Unit(benchmark::kSecond);
+// Once only: what an earlier run freed would be taken for empty.
+BENCHMARK(reload)->Arg(1000000)->Iterations(3)->Unit(benchmark::kSecond);
 
 }  // namespace
 

@@ -2,7 +2,6 @@
 // that count: the time of loading against that of reading the rows alone, and the peak of resident memory while loading
 // against what the filled cache takes.
 
-#include <malloc.h>
 #include <memory>
 
 #include "bench/bench_database.h"
@@ -30,7 +29,6 @@ void loadLinks(benchmark::State& state) {
   double reading = 0, loading = 0, peakRatio = 0;
   while (state.KeepRunning()) {
     reading += zrbench::secondsFor([&] { database.read(counted); });
-    malloc_trim(0);
     zrbench::forgetPeak();
     const double before = zrbench::memory("VmRSS");
     std::shared_ptr<const zrhost::Snapshot> snapshot;

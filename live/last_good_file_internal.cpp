@@ -14,6 +14,7 @@
 #include "host/database/PolicyDatabase.h"
 #include "host/database/PolicyWriter.h"
 #include "live/heard_sink_internal.h"
+#include "live/kept_rows_internal.h"
 #include "live/row_sum_internal.h"
 
 namespace zrlive {
@@ -128,8 +129,8 @@ LastGoodFile::LastGoodFile(std::string folder, std::string sqlDirectory)
 }
 
 std::shared_ptr<const zrhost::Snapshot> LastGoodFile::load(LastGoodState& state, Pulse& pulse) {
-  zrhost::PolicyDatabase database(optionsOf(this->database(), m_sqlDirectory));
-  SummedSource source(database, pulse);
+  KeptRows rows(database());
+  SummedSource source(rows, pulse);
   zrhost::LoadOptions how;
   how.logs = false;
   auto snapshot = zrhost::Snapshot::load(source, how);
@@ -137,7 +138,7 @@ std::shared_ptr<const zrhost::Snapshot> LastGoodFile::load(LastGoodState& state,
                                   [&source](const LastGoodState& each) { return each.rows == source.sum(); });
   if (found == m_states.end()) {
     throw HostError(ErrorKind::kNotPolicyDatabase,
-                    zrhost::oneLine("the last good state in '" + this->database() +
+                    zrhost::oneLine("the last good state in '" + database() +
                                     "' is not used: its rows do not have the checksum that was written with them"));
   }
   state = *found;

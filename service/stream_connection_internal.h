@@ -108,7 +108,8 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
     if (!m_reply.empty()) return write();
     if (m_isClosing) return close();
     if (!m_worker.isDraining()) return read();
-    m_hasReadAll&& m_end == m_start ? close() : readWhatIsThere();
+    const bool isDone = m_hasReadAll && m_end == m_start;
+    isDone ? close() : readWhatIsThere();
   }
 
   // Replies to what cannot be answered, and hears no more of it.

@@ -15,6 +15,7 @@ namespace {
 
 constexpr const char* kRevisionTable = "policy_revision";
 constexpr const char* kContentTables = "policy, policy_rule, ep_link, group_member";
+constexpr const char* kNoOtherWriters = "SHARE ROW EXCLUSIVE";
 
 DatabaseOptions withOneConnection(DatabaseOptions options) {
   options.poolSize = 1;
@@ -38,9 +39,12 @@ void refuseOldVersion(Session& session) {
 void beginWriting(std::optional<Transaction>& transaction, Session& session) {
   refuseOldVersion(session);
   if (session.isSqlite()) runWriteFolder(session, "write/settings");
-  beginLocked(transaction, session, kWriting, [&] {
+  const auto lock = [&] {
     lockTables(session, kRevisionTable, "ACCESS SHARE");
-    lockTables(session, kContentTables, "SHARE ROW EXCLUSIVE");
+    lockTables(session, kContentTables, kNoOtherWriters);
+  };
+  beginLocked(transaction, session, kWriting, lock, [&] {
+    endVacuums(session, {"policy", "policy_rule", "ep_link", "group_member"}, kNoOtherWriters);
   });
 }
 
@@ -78,6 +82,7 @@ struct PolicyWriter::Parts {
                       oneLine("cannot write to " + placeOf(source.options) + ": the transaction is over"));
     }
     isOver = true;
+    session.renewLockWait();
     if constexpr (std::is_void_v<decltype(action())>) {
       action();
       isOver = false;

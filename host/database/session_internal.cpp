@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <random>
@@ -210,7 +211,7 @@ void Session::execute(const std::string& sql) {
   m_rows = 0;
   m_begun = Clock::now();
   try {
-    if (m_source.isSqlite()) waitForLocks();
+    if (m_source.isSqlite()) waitForLocks(sql);
     m_waiter.during([&] { m_connection->executeSQL(sql.c_str(), ZrDbConnect::SQLTYPE_ANSI); });
   } catch (const char* thrown) {
     fail(diagnosticOf(SQL_HANDLE_STMT, m_connection->m_hstmt), thrown);
@@ -219,10 +220,11 @@ void Session::execute(const std::string& sql) {
 }
 
 // SQLite counts its wait for each statement anew, so it is told what is left.
-void Session::waitForLocks() {
+void Session::waitForLocks(const std::string& sql) {
   constexpr int least = 100;
-  const int left = std::max(m_lockWait, least);
-  if (m_lockSet >= 0 && m_lockSet - left < least) return;
+  // The driver waits twice for a transaction to begin.
+  const int left = std::max(lowerCase(sql.substr(0, 5)) == "begin" ? m_lockWait / 2 : m_lockWait, least);
+  if (m_lockSet >= 0 && std::abs(m_lockSet - left) < least) return;
   executeDirect(*m_connection, "PRAGMA busy_timeout = " + std::to_string(left));
   m_lockSet = left;
 }

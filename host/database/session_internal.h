@@ -81,6 +81,8 @@ class Session {
   const std::string& sqlState() const { return m_sqlState; }
   // What messages say that statements are for, from now on; without it they say the name of the statement's file.
   void setTask(const std::string& task) { m_task = task; }
+  // From now on locks are waited for as long as at the beginning.
+  void renewLockWait() { m_lockWait = m_source.lockWait(); }
   // Has the pool replace the connection when it is lent next.
   void breakConnection() noexcept { m_connection->m_state = 6; }
   const DatabaseOptions& options() const { return m_source.options; }
@@ -99,7 +101,7 @@ class Session {
   void beginStatement(const std::string& name);
   void endStatement();
   void execute(const std::string& sql);
-  void waitForLocks();
+  void waitForLocks(const std::string& sql);
   const char* value(const char* column);
   [[noreturn]] void fail(const Diagnostic& diagnostic, const char* thrown);
   HostError missingTable(const Diagnostic& diagnostic, const char* thrown);

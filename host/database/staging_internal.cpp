@@ -48,7 +48,7 @@ void Staging::begin() {
   for (std::size_t i = 0; i < kStagedTables; ++i)
     m_batches[i] =
         m_session.isSqlite() ? makeValueBatch(m_session, stagedTable(i)) : makeArrayBatch(m_session, stagedTable(i));
-  m_hasLinksByName = m_isComplete = false;
+  m_hasLinksByName = m_isComplete = m_isForgotten = false;
 }
 
 void Staging::check(PolicyTable table, std::uint64_t number, std::span<const Field* const> fields) const {
@@ -58,6 +58,7 @@ void Staging::check(PolicyTable table, std::uint64_t number, std::span<const Fie
 }
 
 void Staging::add(PolicyTable table, std::uint64_t number, std::span<const Field* const> fields) {
+  makeEmpty();
   m_isComplete = false;
   const bool byName = table == PolicyTable::kLink && !*fields[0];
   if (byName) m_hasLinksByName = true;
@@ -86,6 +87,7 @@ void Staging::refuse(std::uint64_t number, const std::string& why) const {
 }
 
 void Staging::complete() {
+  makeEmpty();
   if (m_isComplete) return;
   for (const auto& batch : m_batches)
     batch->send();
@@ -94,6 +96,11 @@ void Staging::complete() {
 }
 
 void Staging::forget() {
+  m_isForgotten = true;
+}
+
+void Staging::makeEmpty() {
+  if (!m_isForgotten) return;
   for (auto& batch : m_batches)
     batch.reset();
   runWriteFolder(m_session, "write/forget");

@@ -25,6 +25,7 @@ class Staging {
   void add(PolicyTable table, std::uint64_t number, std::span<const Field* const> fields);
   // Makes what was added ready to be looked at by statements.
   void complete();
+  // From now on nothing is staged.
   void forget();
   // Whether a link without ID was added since the tables are empty.
   bool hasLinksByName() const { return m_hasLinksByName; }
@@ -33,6 +34,7 @@ class Staging {
   static constexpr std::size_t kStagedTables = kPolicyTables + 1;
 
   void begin();
+  void makeEmpty();
   void checkValue(const PolicyColumn& column, std::uint64_t number, const Field& value) const;
   void checkText(const PolicyColumn& column, std::uint64_t number, const std::string& text) const;
   [[noreturn]] void refuse(std::uint64_t number, const std::string& why) const;
@@ -41,6 +43,7 @@ class Staging {
   bool m_onlyUtf8 = false;
   bool m_hasLinksByName = false;
   bool m_isComplete = false;
+  bool m_isForgotten = false;  // the tables still hold what nobody asks for any more
   std::array<std::unique_ptr<RowBatch>, kStagedTables> m_batches;
 };
 

@@ -89,7 +89,8 @@ std::unique_ptr<SqlRule> makeRule(RuleRow& row) {
 }
 
 std::unique_ptr<ZrEPLink> newLink(std::int32_t linkId, bool keepsId) {
-  return keepsId ? std::make_unique<SqlLink>(linkId) : std::make_unique<ZrEPLink>();
+  if (keepsId) return std::make_unique<SqlLink>(linkId);
+  return std::make_unique<ZrEPLink>();
 }
 
 std::unique_ptr<ZrEPLink> makeLink(LinkRow& row, bool keepsId) {

@@ -23,6 +23,7 @@ TEST(Usage, HelpAndVersionSucceedAndTheManualPageHasEveryOptionOfTheHelp) {
                              {"init", "--help"},
                              {"lookup", "-h"},
                              {"explain", "--help"},
+                             {"diff", "--help"},
                              {"load", "--help"},
                              {"check", "--help"},
                              {"export", "--help"},
@@ -94,13 +95,17 @@ TEST(Usage, CompletionOffersWhatTheCommandTakesAndNoMore) {
   folder.write("my file", "");
   const std::string ini = folder.write("odbc.ini", "[policies]\nDriver=x\n[my source]\nDriver=x\n");
   const std::pair<const char*, const char*> cases[] = {
-      {"''", "init|lookup|explain|load|check|export|test|config|help|"},
+      {"''", "init|lookup|explain|load|check|export|import|copy|test|diff|config|help|"},
       {"lookup --js", "--json|"},
       {"load --js", ""},
       {"config check ''", "--help|--config|"},
       {"lookup --dsn ''", "policies|my\\ source|"},
       {"lookup --dsn = po", "policies|"},
       {"lookup --user config --database m", "my file|"},
+      {"import --replace m", "my file|"},
+      {"copy --from-dsn p", "policies|"},
+      {"diff 'my file' m", "my file|"},
+      {"diff --q", "--questions|"},
       {"load --log-level ''", "0|1|2|3|4|"},
       {"config s", "show|set|"},
       {"config show ''", "database|sql|log|"},

@@ -1,2 +1,3 @@
+WITH staged (number, group_name, user_name) AS (VALUES %s)
 INSERT INTO temp.staged_member (number, group_name, user_name)
-VALUES %s
+SELECT * FROM staged
