@@ -2,6 +2,9 @@
 
 #include <benchmark/benchmark.h>
 #include <chrono>
+#include <fstream>
+#include <malloc.h>
+#include <string>
 
 #include "support/PolicyLog.h"
 
@@ -15,6 +18,23 @@ double secondsFor(const Work& work) {
   work();
   benchmark::ClobberMemory();
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// A line of /proc/self/status, in KiB.
+inline double memory(const std::string& name) {
+  std::ifstream status("/proc/self/status");
+  for (std::string word; status >> word;) {
+    if (word != name + ":") continue;
+    double kibibytes = 0;
+    status >> kibibytes;
+    return kibibytes;
+  }
+  return 0;
+}
+
+inline void forgetPeak() {
+  malloc_trim(0);
+  std::ofstream("/proc/self/clear_refs") << 5;
 }
 
 // What the main function of every benchmark program does. Traces would be most of what is measured.

@@ -1,52 +1,15 @@
 #include "host/database/PolicyDatabase.h"
 
+#include <filesystem>
+#include <limits>
+
+#include "host/base/strict_number.h"
 #include "host/database/locks_internal.h"
 #include "host/database/session_internal.h"
+#include "host/database/table_reading_internal.h"
 
 namespace zrhost {
 namespace {
-
-void readPolicies(Session& session, RowSink& sink) {
-  session.run("read_policies.sql");
-  for (PolicyRow row; session.next(); sink.onPolicy(row)) {
-    session.take("policy_id", row.policyId);
-    session.take("policy_type", row.policyType);
-    session.take("policy_name", row.policyName);
-    session.take("is_default", row.isDefault);
-  }
-}
-
-void readRules(Session& session, RowSink& sink) {
-  session.run("read_rules.sql");
-  for (RuleRow row; session.next(); sink.onRule(row)) {
-    session.take("policy_id", row.policyId);
-    session.take("position", row.position);
-    session.take("rule_id", row.ruleId);
-    session.take("rule_type", row.ruleType);
-    session.take("rule_name", row.ruleName);
-    session.take("ldap_setting", row.ldapSetting);
-    session.take("action", row.action);
-  }
-}
-
-void readLinks(Session& session, RowSink& sink, const char* statement) {
-  session.run(statement);
-  for (LinkRow row; session.next(); sink.onLink(row)) {
-    session.take("link_id", row.linkId);
-    session.take("entity_type", row.entityType);
-    session.take("entity_name", row.entityName);
-    session.take("policy_id", row.policyId);
-    session.take("priority", row.priority);
-  }
-}
-
-void readMembers(Session& session, RowSink& sink) {
-  session.run("read_members.sql");
-  for (MemberRow row; session.next(); sink.onMember(row)) {
-    session.take("group_name", row.groupName);
-    session.take("user_name", row.userName);
-  }
-}
 
 // The tables that a schema version has; of an unknown one (0) the one that tells the version.
 std::string tablesOf(int schemaVersion) {
@@ -83,11 +46,7 @@ struct PolicyDatabase::Parts : Source {
     Session session(*this);
     std::optional<Transaction> transaction;
     Revision revision = beginReadingAll(transaction, session);
-    sink.onRevision(revision);
-    readPolicies(session, sink);
-    readRules(session, sink);
-    readLinks(session, sink, linkStatement);
-    if (revision.schemaVersion >= 2) readMembers(session, sink);
+    readTables(session, revision, sink, linkStatement);
     return revision;
   }
 };
@@ -97,17 +56,38 @@ PolicyDatabase::PolicyDatabase(const DatabaseOptions& options) : m_parts(std::ma
 PolicyDatabase::~PolicyDatabase() = default;
 
 Revision PolicyDatabase::read(RowSink& sink) {
-  return m_parts->readAll(sink, "read_links.sql");
+  return m_parts->readAll(sink, kByPriority);
 }
 
 Revision PolicyDatabase::readByKey(RowSink& sink) {
-  return m_parts->readAll(sink, "read_links_by_key.sql");
+  return m_parts->readAll(sink, kByKey);
 }
 
 Revision PolicyDatabase::revision() {
   Session session(*m_parts);
   std::optional<Transaction> transaction;
   return beginReading(transaction, session, 0);
+}
+
+bool PolicyDatabase::isFile() const {
+  return m_parts->isSqlite();
+}
+
+bool PolicyDatabase::isFileReplaced() const {
+  return m_parts->isFileReplaced();
+}
+
+std::optional<std::chrono::milliseconds> PolicyDatabase::standbyLag() {
+  constexpr const char* kStatement = "read_standby_lag.sql";  // which not every kind of database has
+  std::error_code ignored;
+  if (!std::filesystem::exists(m_parts->statements() + kStatement, ignored)) return std::nullopt;
+  Session session(*m_parts);
+  session.run(kStatement);
+  if (!session.next()) return std::nullopt;
+  Field lag;
+  session.take("standby_lag", lag);
+  const auto milliseconds = strictNumber(lag.value_or(""), 0, std::numeric_limits<std::int64_t>::max());
+  return milliseconds ? std::optional(std::chrono::milliseconds(*milliseconds)) : std::nullopt;
 }
 
 }  // namespace zrhost

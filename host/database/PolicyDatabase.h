@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -73,6 +75,17 @@ class PolicyDatabase : public RowSource {
 
   // Only the revision, at the price of a few small statements; throws as read does.
   Revision revision();
+
+  // Whether it is an SQLite file.
+  bool isFile() const;
+  // Whether the path of the SQLite file leads to another file now than the one that is read, or to none: somebody has
+  // put another in its place, which a new object reads. Costs two looks at the file system; false for a server.
+  bool isFileReplaced() const;
+
+  // How far a PostgreSQL server that is a standby is behind its primary: the age of the last transaction that it has
+  // replayed, and nothing at all while it has replayed all that it has received from a primary that it is connected
+  // with. Empty for a primary, and for databases of other kinds. Throws as revision does.
+  std::optional<std::chrono::milliseconds> standbyLag();
 
   // Makes the database's tables in one transaction; see docs/database.md. An SQLite file that is missing is created,
   // and an SQLite file is put into WAL mode. A failure leaves the database as it was, and no file where there was none.

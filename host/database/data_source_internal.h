@@ -9,9 +9,9 @@
 
 namespace zrhost {
 
-// What a database is opened for. Only making it may create a file; only reading gets along with a data source that
-// forbids writing.
-enum class Access { kRead, kChange, kMake };
+// What a database is opened for: reading or writing its rows, changing or making its tables. Only making may create a
+// file; only reading gets along with a data source that forbids writing.
+enum class Access { kRead, kWrite, kChange, kMake };
 
 // What to hand to the driver for a database of the options: an SQLite file, for which nothing needs to be configured,
 // or a data source of the administrator's, whose settings are copied. On the way

@@ -24,11 +24,15 @@ struct Cause {
 constexpr auto kUnreachable = ErrorKind::kUnreachable;
 constexpr auto kOther = ErrorKind::kNotPolicyDatabase;
 constexpr auto kFile = ErrorKind::kInputOutput;
+constexpr auto kRow = ErrorKind::kBadRow;
 
 constexpr const char* kLocked = "is locked by another program; try again when that is done";
 constexpr const char* kAltered =
     "holds no policy database as it should be: its tables were altered, or are another program's; restore them, or "
     "name another database";
+constexpr const char* kRefused = "refuses a row; correct that, or what its tables demand beside our own rules";
+constexpr const char* kNoSuchCharacter = "has an encoding without one of the characters; correct the row";
+constexpr const char* kNoSpace = "is out of disk space, or its temporary files are; make room";
 constexpr const char* kBadStatement = "does not take the SQL statement file";
 constexpr const char* kLost = "has dropped the connection; try again, and look after the server when it goes on";
 
@@ -39,8 +43,9 @@ constexpr Cause kSqlite[] = {
     {"", 8, "", kUnreachable, "cannot be written: no permission; use the account of its owner"},
     {"", 10, "", kFile, "cannot be read or written; check the disk"},
     {"", 11, "", kOther, "is damaged; restore it from a backup"},
-    {"", 13, "", kFile, "is out of disk space; make room"},
+    {"", 13, "", kFile, kNoSpace},
     {"", 14, "", kUnreachable, "cannot be opened; check that it is there, and that this user may enter its folder"},
+    {"", 19, "", kRow, kRefused},
     {"", 26, "", kOther, "is no SQLite database; name another file"},
     {"", 1, "no such table", kOther, "holds no policy database; make one with 'zrpolicy init'"},
     {"", 1, "no such column", kOther, kAltered},
@@ -58,8 +63,13 @@ constexpr Cause kServer[] = {
     {"55P03", kAny, "", kUnreachable, kLocked},
     {"57014", kAny, "", kUnreachable, "gave the statement up; try again, or raise its statement_timeout"},
     {"40", kAny, "", kUnreachable, "had to put another transaction first; try again"},
+    {"23", kAny, "", kRow, kRefused},
+    {"54", kAny, "", kRow, kRefused},
+    {"P0001", kAny, "", kRow, kRefused},
+    {"22021", kAny, "", kRow, kNoSuchCharacter},
+    {"22P05", kAny, "", kRow, kNoSuchCharacter},
     {"25006", kAny, "", kUnreachable, "is read-only; use the primary server"},
-    {"53100", kAny, "", kFile, "is out of disk space; make room"},
+    {"53100", kAny, "", kFile, kNoSpace},
     {"53", kAny, "", kUnreachable, "is out of memory or of connections; try again"},
     {"57P", kAny, "", kUnreachable, kLost},
     {"08", kAny, "", kUnreachable, kLost},
@@ -154,14 +164,21 @@ std::string behind(const std::string& text, const char* words) {
   return at == std::string::npos ? std::string() : text.substr(at + std::char_traits<char>::length(words));
 }
 
+// What a program needs of a table: of policy_revision only to read it.
+const char* rightsOn(const FailurePlace& place, const std::string& table) {
+  return place.access == Access::kRead || table == "policy_revision" ? "SELECT" : "SELECT, INSERT, UPDATE, DELETE";
+}
+
 // Which right is missing, by the object that the server names.
 std::string missingRight(const FailurePlace& place, const std::string& text) {
   const std::string schema = behind(text, "for schema "), table = behind(text, "for table ");
-  const bool making = place.access != Access::kRead;
+  const std::string database = behind(text, "temporary tables in database ");
+  const bool making = place.access == Access::kMake || place.access == Access::kChange;
   const std::string lacks = "does not let this user do that: no permission; ";
+  if (!database.empty()) return lacks + "GRANT TEMPORARY ON DATABASE " + database + " TO the user";
   if (!schema.empty())
     return lacks + "GRANT " + (making ? "CREATE" : "USAGE") + " ON SCHEMA " + schema + " to the user";
-  if (!table.empty() && !making) return lacks + "GRANT SELECT ON " + table + " to the user";
+  if (!table.empty() && !making) return lacks + "GRANT " + rightsOn(place, table) + " ON " + table + " to the user";
   return lacks + (making ? "use the user that owns the tables" : "grant the right to the user");
 }
 

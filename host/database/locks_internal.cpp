@@ -12,7 +12,7 @@ constexpr const char* kLockNotAvailable = "55P03";
 }  // namespace
 
 void beginLocked(std::optional<Transaction>& transaction, Session& session, const TransactionKind& kind,
-                 const std::function<void()>& takeLocks) {
+                 const std::function<void()>& takeLocks, const std::function<void()>& betweenAttempts) {
   const auto lastStart = std::chrono::steady_clock::now() + kPatience - kOneAttempt;
   for (;;) {
     transaction.emplace(session, kind.begin, kind.undo);
@@ -23,6 +23,21 @@ void beginLocked(std::optional<Transaction>& transaction, Session& session, cons
       const bool again = session.sqlState() == kLockNotAvailable && std::chrono::steady_clock::now() < lastStart;
       transaction.reset();
       if (!again) throw;
+    }
+    if (betweenAttempts) betweenAttempts();
+  }
+}
+
+void endVacuums(Session& session, std::initializer_list<const char*> tables, const char* mode) {
+  if (session.isSqlite()) return;
+  for (const char* table : tables) {
+    const Transaction alone(session, kWriting.begin, kWriting.undo);
+    try {
+      session.run("wait_for_vacuum.sql");
+      lockTables(session, table, mode);
+    } catch (const HostError&) {
+      if (session.sqlState() != kLockNotAvailable) throw;
+      return;  // it is no vacuum
     }
   }
 }

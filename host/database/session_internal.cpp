@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <random>
@@ -158,6 +159,10 @@ void Source::throwIfChanged() const {
   if (m_dataSource.sqliteFile() != nullptr) m_dataSource.sqliteFile()->throwIfChanged();
 }
 
+bool Source::isFileReplaced() const {
+  return m_dataSource.sqliteFile() != nullptr && m_dataSource.sqliteFile()->isReplaced();
+}
+
 ZrDbConnect* Source::lend() {
   SilenceWatch::Waiter waiter(m_watch);
   return withRetries(options, [&] {
@@ -206,19 +211,20 @@ void Session::execute(const std::string& sql) {
   m_rows = 0;
   m_begun = Clock::now();
   try {
-    if (m_source.isSqlite()) waitForLocks();
+    if (m_source.isSqlite()) waitForLocks(sql);
     m_waiter.during([&] { m_connection->executeSQL(sql.c_str(), ZrDbConnect::SQLTYPE_ANSI); });
   } catch (const char* thrown) {
-    fail(thrown);
+    fail(diagnosticOf(SQL_HANDLE_STMT, m_connection->m_hstmt), thrown);
   }
   m_lockWait -= static_cast<int>(millisecondsSince(m_begun));
 }
 
 // SQLite counts its wait for each statement anew, so it is told what is left.
-void Session::waitForLocks() {
+void Session::waitForLocks(const std::string& sql) {
   constexpr int least = 100;
-  const int left = std::max(m_lockWait, least);
-  if (m_lockSet >= 0 && m_lockSet - left < least) return;
+  // The driver waits twice for a transaction to begin.
+  const int left = std::max(lowerCase(sql.substr(0, 5)) == "begin" ? m_lockWait / 2 : m_lockWait, least);
+  if (m_lockSet >= 0 && std::abs(m_lockSet - left) < least) return;
   executeDirect(*m_connection, "PRAGMA busy_timeout = " + std::to_string(left));
   m_lockSet = left;
 }
@@ -231,7 +237,7 @@ bool Session::next() {
   try {
     if (m_waiter.during([this] { return m_connection->fetchNextRow(); }) == 0) return ++m_rows != 0;
   } catch (const char* thrown) {
-    fail(thrown);
+    fail(diagnosticOf(SQL_HANDLE_STMT, m_connection->m_hstmt), thrown);
   }
   m_source.throwIfChanged();
   endStatement();
@@ -255,10 +261,26 @@ const char* Session::value(const char* column) {
   }
 }
 
-void Session::fail(const char* thrown) {
-  const Diagnostic diagnostic = diagnosticOf(SQL_HANDLE_STMT, m_connection->m_hstmt);
+SQLHSTMT Session::makeHandle() {
+  SQLHSTMT handle = nullptr;
+  if (SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_STMT, m_connection->m_hdbc, &handle))) return handle;
+  fail(diagnosticOf(SQL_HANDLE_DBC, m_connection->m_hdbc), "no statement handle");
+}
+
+SQLRETURN Session::waitFor(const std::string& name, const std::function<SQLRETURN()>& wait) {
+  beginStatement(name);
+  return m_waiter.during(wait);
+}
+
+void Session::failOf(const std::string& name, SQLHSTMT handle) {
+  beginStatement(name);
+  fail(diagnosticOf(SQL_HANDLE_STMT, handle), "the driver said nothing");
+}
+
+void Session::fail(const Diagnostic& diagnostic, const char* thrown) {
   const FailurePlace place = m_source.place();
-  const bool isExplained = m_file.ends_with(kFindTables) || place.sqlite || place.access != Access::kRead;
+  const bool isExplained =
+      m_file.ends_with(kFindTables) || place.sqlite || place.access == Access::kChange || place.access == Access::kMake;
   m_running = false;
   const HostError error = diagnostic.state == kNoSuchTable && !isExplained
                               ? missingTable(diagnostic, thrown)

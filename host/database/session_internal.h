@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -35,6 +36,8 @@ class Source {
   FailurePlace place() const { return {placeOf(options), m_sqlite, m_access}; }
   // Throws HostError kUnreachable when what is read without locks has been written to.
   void throwIfChanged() const;
+  // Whether the path of the SQLite file leads elsewhere by now.
+  bool isFileReplaced() const;
   // Lends a connection, with as many attempts to connect as the options allow where it has to be replaced.
   ZrDbConnect* lend();
 
@@ -78,11 +81,19 @@ class Session {
   const std::string& sqlState() const { return m_sqlState; }
   // What messages say that statements are for, from now on; without it they say the name of the statement's file.
   void setTask(const std::string& task) { m_task = task; }
+  // From now on locks are waited for as long as at the beginning.
+  void renewLockWait() { m_lockWait = m_source.lockWait(); }
   // Has the pool replace the connection when it is lent next.
   void breakConnection() noexcept { m_connection->m_state = 6; }
   const DatabaseOptions& options() const { return m_source.options; }
   bool isSqlite() const { return m_source.isSqlite(); }
   const std::string& statements() const { return m_source.statements(); }
+
+  // For statements with parameters, which have a handle of their own on the connection (BoundStatement): makes one, and
+  // calls `wait`, an ODBC call on it, as run waits. A failure is told of the statement file `name`.
+  SQLHSTMT makeHandle();
+  SQLRETURN waitFor(const std::string& name, const std::function<SQLRETURN()>& wait);
+  [[noreturn]] void failOf(const std::string& name, SQLHSTMT handle);
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -90,9 +101,9 @@ class Session {
   void beginStatement(const std::string& name);
   void endStatement();
   void execute(const std::string& sql);
-  void waitForLocks();
+  void waitForLocks(const std::string& sql);
   const char* value(const char* column);
-  [[noreturn]] void fail(const char* thrown);
+  [[noreturn]] void fail(const Diagnostic& diagnostic, const char* thrown);
   HostError missingTable(const Diagnostic& diagnostic, const char* thrown);
 
   Source& m_source;

@@ -21,13 +21,17 @@ namespace {
 }  // namespace
 
 std::string findSqlDirectory() {
+  return findSqlDirectory("/proc/self/exe", ZR_SQL_FROM_BIN);
+}
+
+std::string findSqlDirectory(const std::string& file, const std::string& fromFolder) {
   std::error_code ignored;
-  const auto program = std::filesystem::read_symlink("/proc/self/exe", ignored);
-  const std::string folder = (program.parent_path() / ZR_SQL_FROM_BIN).lexically_normal().string();
+  const auto folderOfFile = std::filesystem::canonical(file, ignored).parent_path();
+  const std::string folder = (folderOfFile / fromFolder).lexically_normal().string();
   checkSqlDirectory(folder);
   struct stat owned {
   }, owner{};
-  if (stat(folder.c_str(), &owned) != 0 || stat("/proc/self/exe", &owner) != 0) refuse(folder, std::strerror(errno));
+  if (stat(folder.c_str(), &owned) != 0 || stat(file.c_str(), &owner) != 0) refuse(folder, std::strerror(errno));
   if (owned.st_uid != 0 && owned.st_uid != owner.st_uid && owned.st_uid != geteuid()) {
     refuse(folder, "the folder belongs to somebody else");
   }

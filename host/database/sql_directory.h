@@ -13,6 +13,10 @@ namespace zrhost {
 // neither the administrator, nor the owner of the program's file, nor the user.
 std::string findSqlDirectory();
 
+// The same for statement files that came with another file, a library: `fromFolder` leads to them from its folder. Its
+// owner stands in place of the program's.
+std::string findSqlDirectory(const std::string& file, const std::string& fromFolder);
+
 // Throws HostError kInputOutput unless the folder is there and can be read.
 void checkSqlDirectory(const std::string& folder);
 

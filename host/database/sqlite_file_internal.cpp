@@ -69,6 +69,13 @@ void SqliteFile::throwIfChanged() const {
   if (!same) fail("it was written to while it was read, and this user cannot keep writers out; try again");
 }
 
+bool SqliteFile::isReplaced() const {
+  struct stat held {
+  }, found{};
+  if (fstat(m_file.get(), &held) != 0 || stat(m_path.c_str(), &found) != 0) return true;
+  return held.st_dev != found.st_dev || held.st_ino != found.st_ino;
+}
+
 SqliteFile::State SqliteFile::state() const {
   struct stat status {};
   if (fstat(m_file.get(), &status) != 0) fail(std::strerror(errno));

@@ -29,6 +29,8 @@ class SqliteFile {
   void readUnlocked();
   // Throws HostError kUnreachable when the file, read without locks, has been written to since readUnlocked.
   void throwIfChanged() const;
+  // Whether the path leads to another file by now, or to none.
+  bool isReplaced() const;
 
  private:
   struct State {

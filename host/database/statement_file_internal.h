@@ -29,15 +29,23 @@ constexpr char kindOfValue<int>() {
   return 'd';
 }
 
-// The statement of a file, filled with its values (`const char*` and `int`).
+// The statement of a file, filled with its values (`const char*` and `int`); with the markers of parameters that are
+// among the values.
 template <typename... Values>
-std::string statementOf(const std::string& path, Values... values) {
+std::string boundStatementOf(const std::string& path, Values... values) {
   const std::string format = statementTemplate(path, {kindOfValue<Values>()...});
   char none = '\0';
   const int length = ZrSqlLoader::setSqlParams(&none, 1, format.c_str(), values...);
   std::string sql(static_cast<std::size_t>(length) + 1, '\0');
   ZrSqlLoader::setSqlParams(sql.data(), length + 1, format.c_str(), values...);
   sql.pop_back();
+  return sql;
+}
+
+// The statement of a file, filled with its values (`const char*` and `int`).
+template <typename... Values>
+std::string statementOf(const std::string& path, Values... values) {
+  std::string sql = boundStatementOf(path, values...);
   if (sizeof...(values) != 0) refuseParameters(sql, path);
   return sql;
 }

@@ -54,7 +54,7 @@ std::vector<TableCount> countTables(Session& session, const std::vector<TableThe
   return counts;
 }
 
-void runFolder(Session& session, const std::string& folder, const std::string& schema) {
+std::vector<std::string> statementFiles(Session& session, const std::string& folder) {
   const std::string path = folder.back() == '/' ? folder : session.statements() + folder;
   std::vector<std::string> files;
   std::error_code error;
@@ -64,7 +64,11 @@ void runFolder(Session& session, const std::string& folder, const std::string& s
     throw HostError(ErrorKind::kInputOutput, oneLine("there are no SQL statement files in '" + path + "'"));
   }
   std::sort(files.begin(), files.end());
-  for (const std::string& file : files)
+  return files;
+}
+
+void runFolder(Session& session, const std::string& folder, const std::string& schema) {
+  for (const std::string& file : statementFiles(session, folder))
     runFile(session, file, schema);
 }
 

@@ -23,6 +23,10 @@ bool isAmong(const std::vector<TableThere>& tables, const char* name);
 // The tables that are there of those names, in the order in which they can be dropped, with their rows.
 std::vector<TableCount> countTables(Session& session, const std::vector<TableThere>& tables);
 
+// The statement files of a folder below that of the database's kind (or of a path that ends in '/'), in the order of
+// their names. Throws kInputOutput when there are none.
+std::vector<std::string> statementFiles(Session& session, const std::string& folder);
+
 // Runs every statement file of a folder below that of the database's kind (or of a path that ends in '/'), in the order
 // of their names. Their one value is the schema that the tables are in. A file that the database refuses is at fault
 // itself, whatever a reader would make of the refusal: kInputOutput.

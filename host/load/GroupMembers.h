@@ -61,6 +61,10 @@ class GroupMembers {
   // The name of a group, ended by a zero byte.
   const char* name(Group group) const { return m_groups.name(group).data(); }
 
+  // Every user that is in a group, by a number below users(), with the name as it came.
+  std::uint32_t users() const { return m_users.size(); }
+  std::string_view user(std::uint32_t number) const { return m_users.name(number); }
+
  private:
   struct Membership {
     std::uint32_t user;

@@ -48,7 +48,8 @@ void normalise(ZrPolicyCache::EntityType type, String& key) {
 LoadOptions logging(const LoadOptions& options, const LoadReport& report) {
   LoadOptions logged = options;
   logged.onRefused = [&options, &report](const RefusedRow& row) {
-    if (report.refused <= kMostLogged) PolicyLog::log(PolicyLog::LEVEL_WARNING, "left out: %s\n", row.text().c_str());
+    if (options.logs && report.refused <= kMostLogged)
+      PolicyLog::log(PolicyLog::LEVEL_WARNING, "left out: %s\n", row.text().c_str());
     if (options.onRefused) options.onRefused(row);
   };
   return logged;
@@ -71,7 +72,7 @@ std::shared_ptr<const Snapshot> Snapshot::load(RowSource& source, const LoadOpti
   const auto start = std::chrono::steady_clock::now();
   const std::shared_ptr<Snapshot> snapshot(new Snapshot);
   snapshot->fill(source, options);
-  logLoaded(snapshot->m_report, std::chrono::steady_clock::now() - start);
+  if (options.logs) logLoaded(snapshot->m_report, std::chrono::steady_clock::now() - start);
   return snapshot;
 }
 

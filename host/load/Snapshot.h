@@ -19,7 +19,7 @@ namespace zrhost {
 class Snapshot {
  public:
   // Loads all that a source has; rows that cannot be used are left out and reported. Logs the first ten of these as
-  // warnings, and what was loaded as information.
+  // warnings, and what was loaded as information, unless the options say otherwise.
   // Throws what the source throws, and HostError kBadRow (a refused row, when the options are strict) or kInternal (no
   // memory).
   static std::shared_ptr<const Snapshot> load(RowSource& source, const LoadOptions& options = {});
@@ -30,6 +30,7 @@ class Snapshot {
   std::uint32_t generation() const { return m_cache.m_generation; }
   // For reading the containers.
   const ZrPolicyCache& cache() const { return m_cache; }
+  const GroupMembers& members() const { return m_members; }
 
   // A key as a lookup of this type searches it: in lower case ("POP3_Mail_Sender" excepted), a host name in upper case.
   static std::string searched(ZrPolicyCache::EntityType type, std::string key);

@@ -19,6 +19,9 @@ mkdir "$folder/by-pkg-config"
 read -ra flags <<<"$(pkg-config --cflags --libs zrpolicy)"
 g++ -std=c++17 "$source_folder/examples/ask_one_question.cpp" -o "$folder/by-pkg-config/ask_one_question" "${flags[@]}" \
   -Wl,-rpath,"$(pkg-config --variable=libdir zrpolicy)"
+read -ra flags <<<"$(pkg-config --cflags --libs zrlive)"
+g++ -std=c++17 "$source_folder/examples/ask_live.cpp" -o "$folder/by-pkg-config/ask_live" "${flags[@]}" \
+  -Wl,-rpath,"$(pkg-config --variable=libdir zrlive)"
 
 "$prefix/bin/zrpolicy" init --sample --database "$folder/sample.db"
 printf '[sample]\nDriver=SQLite3\nDatabase=%s\n' "$folder/sample.db" >"$folder/odbc.ini"
@@ -27,6 +30,9 @@ for way in by-cmake by-pkg-config; do
   echo "$answer"
   first=$("$prefix/bin/zrpolicy" lookup --database "$folder/sample.db" --user john@example.org --top --json |
     sed -E 's/.*"policy_name": ?"([^"]*)".*/\1/')
-  [ "$(head -n 1 <<<"$answer" | cut -f2)" = "$first" ] ||
-    { echo "the host's first answer and the command's differ: $first"; exit 1; }
+  live=$("$folder/$way/ask_live" "$folder/sample.db" john@example.org)
+  for given in "$answer" "$live"; do
+    [ "$(head -n 1 <<<"$given" | cut -f2)" = "$first" ] ||
+      { echo "the host's first answer and the command's differ: $first"; exit 1; }
+  done
 done

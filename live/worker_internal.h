@@ -1,0 +1,53 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace zrlive {
+
+using Clock = std::chrono::steady_clock;
+
+// What a thread sleeps on until something is to be done.
+class Bell {
+ public:
+  void ring();
+  // Returns when it has rung since the last call, at the latest at `deadline`.
+  void waitUntil(Clock::time_point deadline);
+
+ private:
+  std::mutex m_mutex;
+  std::condition_variable m_rung;
+  bool m_isRung = false;
+};
+
+// A thread that no signal is delivered to: those of the process are for the threads that the program made.
+std::thread quietThread(std::function<void()> run);
+
+// A thread that does one job after the other. A job may never return, because a driver does not: whoever destroys a
+// worker that is busy leaves its thread standing, so a job owns all that it touches.
+class Worker {
+ public:
+  // `bell` is rung when a job is done. Throws std::system_error when there can be no thread.
+  Worker(std::shared_ptr<Bell> bell, int nice);
+  ~Worker();
+  Worker(const Worker&) = delete;
+  Worker& operator=(const Worker&) = delete;
+
+  // Has the thread do a job, which must not throw; only while it is not busy.
+  void post(std::function<void()> job);
+  // What a job wrote can be read once it is not busy any more.
+  bool isBusy() const;
+
+ private:
+  struct Desk;
+  static void work(Desk& desk, int nice);
+
+  std::shared_ptr<Desk> m_desk;
+  std::thread m_thread;
+};
+
+}  // namespace zrlive

@@ -1,0 +1,1 @@
+SET LOCAL lock_timeout = '1300ms'

@@ -1,0 +1,5 @@
+CREATE TEMP TABLE free_link_id (
+  before BIGINT NOT NULL,
+  first BIGINT NOT NULL,
+  PRIMARY KEY (before)
+) ON COMMIT DROP

@@ -1,0 +1,1 @@
+DROP TABLE pg_temp.free_link_id

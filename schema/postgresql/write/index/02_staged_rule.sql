@@ -1,0 +1,1 @@
+ANALYZE pg_temp.staged_rule

@@ -1,0 +1,2 @@
+DELETE FROM %1$s AS t
+WHERE NOT EXISTS (SELECT 1 FROM pg_temp.staged_%2$s s WHERE %3$s)

@@ -1,0 +1,1 @@
+SELECT pg_client_encoding() AS text_encoding

@@ -1,0 +1,8 @@
+CREATE TEMP TABLE staged_link_by_name (
+  number INTEGER NOT NULL,
+  entity_type INTEGER NOT NULL,
+  entity_name TEXT NOT NULL,
+  policy_id INTEGER NOT NULL,
+  priority INTEGER NOT NULL,
+  PRIMARY KEY (number)
+)

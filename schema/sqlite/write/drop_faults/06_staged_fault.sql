@@ -1,0 +1,1 @@
+DELETE FROM temp.staged_fault

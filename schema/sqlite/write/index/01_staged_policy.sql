@@ -1,0 +1,1 @@
+CREATE INDEX IF NOT EXISTS temp.staged_policy_key ON staged_policy (policy_id)

@@ -1,0 +1,1 @@
+CREATE INDEX IF NOT EXISTS temp.staged_rule_key ON staged_rule (policy_id, position)

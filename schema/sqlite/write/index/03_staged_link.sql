@@ -1,0 +1,1 @@
+CREATE INDEX IF NOT EXISTS temp.staged_link_key ON staged_link (link_id)

@@ -1,0 +1,1 @@
+PRAGMA temp.cache_size = -16384

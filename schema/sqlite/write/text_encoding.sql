@@ -1,0 +1,1 @@
+SELECT 'any' AS text_encoding
