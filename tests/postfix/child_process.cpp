@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace zrtest {
 namespace {
@@ -31,19 +32,43 @@ std::vector<std::string> mergedEnvironment(const std::map<std::string, std::stri
   return merged;
 }
 
+// A process that ends another when its parent is gone. A program cannot be told so itself: the kernel forgets that it
+// was to be signalled as soon as it changes its user, as servers do.
+pid_t startGuard(pid_t guarded) {
+  const pid_t parent = getpid();
+  const pid_t pid = fork();
+  if (pid != 0) return pid;
+  setpgid(0, 0);
+  sigset_t gone;
+  sigemptyset(&gone);
+  sigaddset(&gone, SIGUSR1);
+  sigprocmask(SIG_BLOCK, &gone, nullptr);
+  prctl(PR_SET_PDEATHSIG, SIGUSR1);
+  for (int number = 0; getppid() == parent && number != SIGUSR1;)
+    sigwait(&gone, &number);
+  kill(guarded, SIGTERM);
+  _exit(0);
+}
+
+void endAtOnce(pid_t pid) {
+  if (pid <= 0) return;
+  kill(pid, SIGKILL);
+  waitpid(pid, nullptr, 0);
+}
+
 }  // namespace
 
 ChildProcess::ChildProcess(std::vector<std::string> command, const std::string& output,
                            const std::map<std::string, std::string>& environment) {
   std::vector<std::string> settings = mergedEnvironment(environment);
   const std::vector<char*> argv = pointersTo(command), envp = pointersTo(settings);
-  const pid_t parent = getpid();
   m_pid = fork();
   if (m_pid < 0) throw std::runtime_error("cannot fork");
-  if (m_pid > 0) return;
+  if (m_pid > 0) {
+    m_guard = startGuard(m_pid);
+    return;
+  }
   setpgid(0, 0);
-  prctl(PR_SET_PDEATHSIG, SIGTERM);
-  if (getppid() != parent) _exit(126);
   const int log = open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
   dup2(log, STDOUT_FILENO);
   dup2(log, STDERR_FILENO);
@@ -58,6 +83,7 @@ bool ChildProcess::runs() {
 }
 
 void ChildProcess::end(int signal) {
+  endAtOnce(std::exchange(m_guard, -1));
   if (!runs()) return;
   kill(m_pid, signal);
   waitpid(m_pid, nullptr, 0);

@@ -7,7 +7,7 @@
 
 namespace zrtest {
 
-// A server that runs beside the test, in a process group of its own. It is ended with the object, and by the kernel
+// A server that runs beside the test, in a process group of its own. It is ended with the object, and also
 // when the test is killed.
 class ChildProcess {
  public:
@@ -25,13 +25,12 @@ class ChildProcess {
 
  private:
   pid_t m_pid;
+  pid_t m_guard = -1;
 };
 
-// Looks every few milliseconds whether something has come true; answers false when it has not for half a minute.
-template <typename Condition>
-bool comesTrue(Condition condition);
 void pauseShortly();
 
+// Looks every few milliseconds whether something has come true; answers false when it has not for half a minute.
 template <typename Condition>
 bool comesTrue(Condition condition) {
   for (int tries = 0; tries < 6000; ++tries) {

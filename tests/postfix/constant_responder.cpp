@@ -1,6 +1,5 @@
 #include "postfix/constant_responder.h"
 
-#include <algorithm>
 #include <map>
 #include <poll.h>
 #include <sys/socket.h>
@@ -11,12 +10,18 @@
 namespace zrtest {
 
 ConstantResponder::ConstantResponder(const std::string& socketPath, const std::string& action)
-    : m_action(action), m_socket(listenAt(socketPath)), m_thread([this] { answerAll(); }) {}
+    : m_action(action), m_path(socketPath), m_socket(listenAt(socketPath)), m_thread([this] { answerAll(); }) {}
 
 ConstantResponder::~ConstantResponder() {
   shutdown(m_socket, SHUT_RDWR);
   m_thread.join();
   close(m_socket);
+  unlink(m_path.c_str());
+}
+
+void ConstantResponder::setAction(const std::string& action) {
+  const std::lock_guard lock(m_mutex);
+  m_action = action;
 }
 
 std::vector<std::string> ConstantResponder::requests() const {

@@ -16,6 +16,8 @@ class ConstantResponder {
   ConstantResponder(const ConstantResponder&) = delete;
   ConstantResponder& operator=(const ConstantResponder&) = delete;
 
+  // The action from now on.
+  void setAction(const std::string& action);
   // The requests so far, each as the lines that came.
   std::vector<std::string> requests() const;
 
@@ -25,6 +27,7 @@ class ConstantResponder {
   bool answer(int client, std::string& input);
 
   std::string m_action;
+  std::string m_path;
   int m_socket;
   mutable std::mutex m_mutex;
   std::vector<std::string> m_requests;

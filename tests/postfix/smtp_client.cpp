@@ -60,7 +60,10 @@ std::string SmtpClient::say(const std::string& line) {
 }
 
 std::string SmtpClient::offer(const Mail& mail) {
-  say("XCLIENT NAME=" + xtext(mail.hostName) + " ADDR=" + mail.address + " LOGIN=" + xtext(mail.login));
+  say("RSET");
+  const std::string overridden =
+      say("XCLIENT NAME=" + xtext(mail.hostName) + " ADDR=" + mail.address + " LOGIN=" + xtext(mail.login));
+  if (overridden[0] != '2') throw std::runtime_error(overridden);
   say("EHLO client.example.com");
   const std::string reply = say("MAIL FROM:<" + mail.sender + "> SMTPUTF8");
   return reply[0] == '2' ? say("RCPT TO:<" + mail.recipient + ">") : reply;

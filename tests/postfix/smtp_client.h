@@ -7,9 +7,9 @@ namespace zrtest {
 // One mail, and who the server is made to believe brings it.
 struct Mail {
   std::string recipient = "someone@example.org";
-  std::string login;                        // of SASL; empty: none
-  std::string hostName;                     // empty: unknown
-  std::string address = "203.0.113.9";      // IPv4, or "IPV6:…"
+  std::string login = {};                       // of SASL; empty: none
+  std::string hostName = {};                    // empty: unknown
+  std::string address = "203.0.113.9";          // IPv4, or "IPV6:…"
   std::string sender = "stranger@example.com";  // empty: a bounce
 };
 
@@ -20,7 +20,7 @@ struct Outcome {
   bool taken() const { return !queueId.empty(); }
 };
 
-// A client of one SMTP session over a Unix socket, whose host, address and login are overridden mail by mail.
+// An SMTP client over a Unix socket, whose host, address and login are overridden mail by mail.
 // Throws when the server ends the session.
 class SmtpClient {
  public:
