@@ -48,7 +48,8 @@ void normalise(ZrPolicyCache::EntityType type, String& key) {
 LoadOptions logging(const LoadOptions& options, const LoadReport& report) {
   LoadOptions logged = options;
   logged.onRefused = [&options, &report](const RefusedRow& row) {
-    if (options.logs && report.refused <= kMostLogged) PolicyLog::log(PolicyLog::LEVEL_WARNING, "left out: %s\n", row.text().c_str());
+    if (options.logs && report.refused <= kMostLogged)
+      PolicyLog::log(PolicyLog::LEVEL_WARNING, "left out: %s\n", row.text().c_str());
     if (options.onRefused) options.onRefused(row);
   };
   return logged;
