@@ -1,7 +1,8 @@
 // What it costs to bring a million links into an empty policy database, against the database's own tool (`.import` of
 // sqlite3, `COPY` of psql) and the same rows, tables and indexes. The tool is timed twice: into tables without the
 // triggers that raise the revision, which is the stricter measure, and into the tables as they are. Then the same rows
-// once more, which change nothing. Also the peak of this program's resident memory above what it was before.
+// once more, which change nothing, and the same from a file, as an import has it. Then all of it out again, against the
+// tool's own way (`.dump`, `COPY`). Also the peaks of this program's resident memory above what it was before.
 
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +15,9 @@
 #include "common/postgres_server.h"
 #include "host/database/PolicyDatabase.h"
 #include "host/database/PolicyWriter.h"
+#include "host/import/Import.h"
+#include "host/import/PolicyFileInput.h"
+#include "host/policyfile/PolicyFileWriter.h"
 
 namespace {
 
@@ -24,7 +28,10 @@ struct Place {
   zrhost::DatabaseOptions options;
   std::function<void(const std::string& script)> run;
   std::string dropTriggers;
-  std::string import;  // the tool's script that brings the rows in
+  std::string import;      // the tool's script that brings the rows in
+  std::string policyFile;  // the same rows for an import
+  std::string dump;        // the tool's script that takes them out
+  std::string exported;    // where an export goes
 };
 
 zrhost::LinkRow linkOf(std::int64_t i) {
@@ -32,8 +39,9 @@ zrhost::LinkRow linkOf(std::int64_t i) {
           std::to_string(i % 1000)};
 }
 
-void writeCsv(const std::string& path, std::int64_t links) {
+void writeCsv(const std::string& path, std::int64_t links, const char* header = "") {
   std::ofstream csv(path);
+  csv << header;
   for (std::int64_t i = 0; i < links; ++i) {
     const zrhost::LinkRow link = linkOf(i);
     csv << *link.linkId << ',' << *link.entityType << ',' << *link.entityName << ',' << *link.policyId << ','
@@ -63,9 +71,28 @@ zrhost::Changes writeRows(const Place& place, std::int64_t links) {
   return changes;
 }
 
+std::string policyFile(const zrtest::TempFolder& folder, std::int64_t links) {
+  writeCsv(folder.file("ep_link.csv"), links, "link_id,entity_type,entity_name,policy_id,priority\n");
+  return folder.file("ep_link.csv");
+}
+
+void importFile(const Place& place) {
+  zrhost::PolicyFileInput input(place.policyFile);
+  if (zrhost::importRows(input, place.options, {}).rejected != 0) std::abort();
+}
+
+void exportFile(const Place& place, zrhost::PolicyFileFormat format) {
+  zrhost::PolicyDatabase database(place.options);
+  const auto writer =
+      zrhost::makePolicyFileWriter(place.exported + (format == zrhost::PolicyFileFormat::kCsv ? "" : ".jsonl"), format);
+  database.readByKey(*writer);
+  writer->commit();
+}
+
 void measure(benchmark::State& state, const Place& place) {
   const std::int64_t links = state.range(0);
-  double bare = 0, tool = 0, first = 0, again = 0, peak = 0;
+  double bare = 0, tool = 0, first = 0, again = 0, peak = 0, imported = 0, importPeak = 0;
+  double dump = 0, jsonLines = 0, csv = 0;
   while (state.KeepRunning()) {
     empty(place, false);
     bare += zrbench::secondsFor([&] { place.run(place.import); });
@@ -77,6 +104,13 @@ void measure(benchmark::State& state, const Place& place) {
     first += zrbench::secondsFor([&] { writeRows(place, links); });
     again += zrbench::secondsFor([&] { writeRows(place, links); });
     peak = zrbench::memory("VmHWM") - before;
+    empty(place, true);
+    zrbench::forgetPeak();
+    imported += zrbench::secondsFor([&] { importFile(place); });
+    importPeak = zrbench::memory("VmHWM");
+    dump += zrbench::secondsFor([&] { place.run(place.dump); });
+    jsonLines += zrbench::secondsFor([&] { exportFile(place, zrhost::PolicyFileFormat::kJsonLines); });
+    csv += zrbench::secondsFor([&] { exportFile(place, zrhost::PolicyFileFormat::kCsv); });
   }
   const auto times = static_cast<double>(state.iterations());
   state.counters["tool_s"] = bare / times;
@@ -85,6 +119,11 @@ void measure(benchmark::State& state, const Place& place) {
   state.counters["writing/tool_with_triggers"] = first / tool;
   state.counters["again/tool"] = again / bare;
   state.counters["peak_MiB"] = peak / 1024;
+  state.counters["importing/tool"] = imported / bare;
+  state.counters["importing/tool_with_triggers"] = imported / tool;
+  state.counters["importing_peak_MiB"] = importPeak / 1024;  // of the whole program
+  state.counters["exporting/tool"] = jsonLines / dump;
+  state.counters["exporting_csv/tool"] = csv / dump;
 }
 
 void writeToSqlite(benchmark::State& state) {
@@ -92,6 +131,7 @@ void writeToSqlite(benchmark::State& state) {
   Place place;
   place.options.file = folder.file("policies.db");
   writeCsv(folder.file("links.csv"), state.range(0));
+  place.policyFile = policyFile(folder, state.range(0));
   place.run = [&](const std::string& script) {
     zrtest::outputOf("sqlite3 -bail '" + place.options.file + "' < '" + folder.write("script.sql", script) + "'");
   };
@@ -99,6 +139,8 @@ void writeToSqlite(benchmark::State& state) {
     for (const char* change : {"insert", "update", "delete"})
       place.dropTriggers += std::string("DROP TRIGGER ") + table + "_" + change + ";\n";
   place.import = ".mode csv\n.import '" + folder.file("links.csv") + "' ep_link\n";
+  place.dump = ".output '" + folder.file("dump.sql") + "'\n.dump\n";
+  place.exported = folder.file("exported");
   std::ofstream(place.options.file).close();
   measure(state, place);
 }
@@ -114,10 +156,14 @@ void writeToPostgres(benchmark::State& state) {
   place.options.user = zrtest::PostgresServer::kUser;
   entries.addPostgres(database, server.socketFolder(), database);
   writeCsv(folder.file("links.csv"), state.range(0));
+  place.policyFile = policyFile(folder, state.range(0));
   place.run = [&](const std::string& script) { server.run(database, script); };
   for (const char* table : {"policy", "policy_rule", "ep_link", "group_member"})
     place.dropTriggers += std::string("ALTER TABLE ") + table + " DISABLE TRIGGER USER;\n";
   place.import = "\\copy ep_link from '" + folder.file("links.csv") + "' with (format csv)\n";
+  place.dump =
+      "\\copy (SELECT * FROM ep_link ORDER BY link_id) to '" + folder.file("dump.csv") + "' with (format csv)\n";
+  place.exported = folder.file("exported");
   measure(state, place);
 }
 BENCHMARK(writeToPostgres)->Arg(10000)->Arg(1000000)->Iterations(1)->Unit(benchmark::kSecond);

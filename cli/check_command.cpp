@@ -9,6 +9,7 @@
 #include "cli/progress_bar.h"
 #include "cli/standard_streams.h"
 #include "host/check/FindingReport.h"
+#include "host/import/Fix.h"
 #include "host/policyfile/PolicyFileSource.h"
 
 namespace zrcli {
@@ -21,16 +22,25 @@ constexpr char kDescription[] =
     "yet cannot be meant, as a "
     "name "
     "that no question finds. Each finding has a code, a severity, its table and key, the reason and a remedy. Status 0 "
-    "without findings, 1 with some.\n";
+    "without findings, 1 with some.\n"
+    "\n"
+    "With --fix the database is mended where there is one sure remedy, in one transaction: capitals and blanks of "
+    "names, addresses that are read otherwise than they look, ranges that are not written as ranges are, ranges of one "
+    "address or with only one. Each change is a line (with json and sarif on standard error); what is left are the "
+    "findings. A member that would stand twice is removed. Codes that are ignored or less than --severity are not "
+    "mended.\n";
 
 constexpr char kExamples[] =
     "\nEXAMPLES\n"
     "    zrpolicy check --database sample.db --severity note\n"
     "    zrpolicy check --database sample.db --actions none --ignore duplicate-link\n"
+    "    zrpolicy check --database sample.db --fix --dry-run\n"
     "    zrpolicy check --database sample.db --format sarif > findings.sarif\n";
 
 struct CheckArguments {
   std::string file;  // empty: a database
+  bool fix = false;
+  bool dryRun = false;
   std::string format = "text";
   std::string severity = zrhost::severityName(zrhost::CheckOptions().least);
   std::string actions = "postfix";
@@ -55,6 +65,17 @@ std::unique_ptr<zrhost::PolicyFileSource> fileSource(const std::string& path, Pr
   });
 }
 
+zrhost::CheckSummary checkSource(const CommandContext& context, const CheckArguments& arguments,
+                                 zrhost::CheckOptions& options, ProgressBar& bar) {
+  if (arguments.file.empty()) {
+    zrhost::PolicyDatabase database(databaseOptions(context));
+    return zrhost::checkRows(database, options);
+  }
+  const auto file = fileSource(arguments.file, bar);
+  options.place = &file->place();
+  return zrhost::checkRows(*file, options);
+}
+
 int check(const CommandContext& context, const CheckArguments& arguments) {
   ProgressBar bar;
   StandardOutput output;
@@ -63,18 +84,17 @@ int check(const CommandContext& context, const CheckArguments& arguments) {
         bar.clear();
         output.write(text);
       });
-  zrhost::CheckOptions options = checkOptions(arguments);
+  zrhost::FixOptions fix{checkOptions(arguments), arguments.dryRun};
+  zrhost::CheckOptions& options = fix.check;
   options.onFinding = [&report](const zrhost::Finding& finding) { report->add(finding); };
   options.onProgress = [&bar](std::uint64_t rows) { bar.show(rows); };
-  std::unique_ptr<zrhost::RowSource> source;
-  if (arguments.file.empty()) {
-    source = std::make_unique<zrhost::PolicyDatabase>(databaseOptions(context));
-  } else {
-    auto file = fileSource(arguments.file, bar);
-    options.place = &file->place();
-    source = std::move(file);
-  }
-  const zrhost::CheckSummary summary = zrhost::checkRows(*source, options);
+  fix.onFixed = [&](const std::string& text) {
+    bar.clear();
+    arguments.format == "text" ? output.write(text + '\n') : printError(text);
+  };
+  const zrhost::CheckSummary summary =
+      arguments.fix ? zrhost::fixRows(databaseOptions(context), fix) : checkSource(context, arguments, options, bar);
+  bar.clear();
   report->finish(summary);
   output.close();
   return summary.total() == 0 ? 0 : 1;
@@ -114,6 +134,14 @@ void addCheckCommand(CLI::App& program, CommandContext& context) {
                    "file, or - for standard input.")
       ->type_name("FILE")
       ->group("Findings");
+  CLI::Option* fix =
+      command
+          ->add_flag("--fix", arguments->fix, "Mend what has one sure remedy, and say what is left. Not with --file.")
+          ->group("Findings")
+          ->excludes(command->get_option("--file"));
+  command->add_flag("--dry-run", arguments->dryRun, "With --fix: say what would be mended, and write nothing.")
+      ->group("Findings")
+      ->needs(fix);
   addChoice(*command, "--severity", arguments->severity, {"error", "warning", "note"},
             "The least that is shown and counted: error, warning or note. Default: warning.");
   command

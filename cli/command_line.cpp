@@ -11,10 +11,14 @@
 #include "cli/check_command.h"
 #include "cli/command_context.h"
 #include "cli/config_command.h"
+#include "cli/copy_command.h"
+#include "cli/diff_command.h"
 #include "cli/exit_status.h"
+#include "cli/explain_command.h"
 #include "cli/export_command.h"
 #include "cli/help_command.h"
 #include "cli/help_format.h"
+#include "cli/import_command.h"
 #include "cli/init_command.h"
 #include "cli/load_command.h"
 #include "cli/lookup_command.h"
@@ -55,10 +59,14 @@ void addCommands(CLI::App& program, CommandContext& context) {
   program.require_subcommand(0, 1);
   addInitCommand(program, context);
   addLookupCommand(program, context);
+  addExplainCommand(program, context);
   addLoadCommand(program, context);
   addCheckCommand(program, context);
   addExportCommand(program, context);
+  addImportCommand(program, context);
+  addCopyCommand(program, context);
   addTestCommand(program, context);
+  addDiffCommand(program, context);
   addConfigCommand(program, context);
   addHelpCommand(program, context);
   program.set_version_flag("--version", "zrpolicy " ZR_VERSION, "Print the version and leave.");

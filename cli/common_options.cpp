@@ -14,11 +14,11 @@ std::string helpOf(const zrhost::SettingDefinition& setting) {
          (byDefault.empty() ? "" : " Default: " + byDefault + ".");
 }
 
-std::string refuseEmpty(const std::string& value) {
-  return value.empty() ? "the value is empty" : std::string();
-}
-
 }  // namespace
+
+CLI::Validator nonEmpty() {
+  return {[](const std::string& value) { return value.empty() ? "the value is empty" : std::string(); }, ""};
+}
 
 void addSettingOptions(CLI::App& command, CommandContext& context) {
   for (const zrhost::SettingDefinition& setting : zrhost::settingDefinitions()) {
@@ -27,7 +27,7 @@ void addSettingOptions(CLI::App& command, CommandContext& context) {
     command.add_option_function<std::string>(setting.option.name, store, helpOf(setting))
         ->type_name(setting.option.valueName)
         ->group(setting.option.group)
-        ->check(CLI::Validator(refuseEmpty, ""));
+        ->check(nonEmpty());
   }
   addConfigOption(command, context);
 }
@@ -39,7 +39,7 @@ void addConfigOption(CLI::App& command, CommandContext& context) {
                   "ZRPOLICY_CONFIG names, else /etc/zrpolicy/zrpolicy.conf when it is there.")
       ->type_name("FILE")
       ->group("General")
-      ->check(CLI::Validator(refuseEmpty, ""));
+      ->check(nonEmpty());
 }
 
 void addStrictOption(CLI::App& command, CommandContext& context) {

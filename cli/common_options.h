@@ -14,6 +14,9 @@ void addSettingOptions(CLI::App& command, CommandContext& context);
 // Only --config, which is one of them.
 void addConfigOption(CLI::App& command, CommandContext& context);
 
+// Refuses an empty value.
+CLI::Validator nonEmpty();
+
 // Adds --strict.
 void addStrictOption(CLI::App& command, CommandContext& context);
 

@@ -17,6 +17,7 @@ constexpr int exitStatus(zrhost::ErrorKind kind) {
     case zrhost::ErrorKind::kUnreachable:
       return 69;
     case zrhost::ErrorKind::kTablesPresent:
+    case zrhost::ErrorKind::kLoss:
       return 73;
     case zrhost::ErrorKind::kInputOutput:
       return 74;
@@ -35,13 +36,16 @@ struct ExitStatusMeaning {
 };
 constexpr ExitStatusMeaning kExitStatusMeanings[] = {
     {0, "something applies; the command did its work; every line of a batch was a question"},
-    {1, "nothing applies; config get: not set; check, config check: there are findings"},
+    {1,
+     "nothing applies (explain: --policy does not); config get: not set; check, config check: there are findings; "
+     "diff: there are differences"},
     {exitStatus(zrhost::ErrorKind::kUsage), "usage: an option, a command, or a question that is none"},
-    {exitStatus(zrhost::ErrorKind::kBadRow), "a bad row under --strict; a batch with bad lines"},
+    {exitStatus(zrhost::ErrorKind::kBadRow), "a bad row, under --strict or in an input file; a batch with bad lines"},
     {exitStatus(zrhost::ErrorKind::kNoInput), "an input file is not there"},
     {exitStatus(zrhost::ErrorKind::kUnreachable), "the database cannot be reached or opened"},
     {exitStatus(zrhost::ErrorKind::kInternal), "internal error, or out of memory"},
-    {exitStatus(zrhost::ErrorKind::kTablesPresent), "init refused: the tables are there"},
+    {exitStatus(zrhost::ErrorKind::kTablesPresent),
+     "init refused: the tables are there; import, copy refused: much would be taken away"},
     {exitStatus(zrhost::ErrorKind::kInputOutput), "input or output failed: a full disk, a closed standard output"},
     {exitStatus(zrhost::ErrorKind::kNotPolicyDatabase), "reached, but it is no policy database, or a newer one"},
 };

@@ -1,9 +1,8 @@
 #include "cli/lookup_answer.h"
 
-#include <cstdint>
 #include <string>
 
-#include "cli/exit_status.h"
+#include "cli/question_options.h"
 #include "cli/standard_streams.h"
 #include "cli/terminal_width.h"
 #include "host/ask/Answer.h"
@@ -16,7 +15,7 @@ namespace {
 
 zrhost::Answer answerOf(const zrhost::Snapshot& snapshot, const zrhost::Question& question,
                         const LookupOptions& options) {
-  zrhost::Answer answer = zrhost::ask(snapshot, options.withGroups ? zrhost::withGroups(question) : question);
+  zrhost::Answer answer = zrhost::ask(snapshot, question);
   if (options.top && !answer.empty()) answer.resize(1);
   return answer;
 }
@@ -36,23 +35,10 @@ int answerOne(const zrhost::Snapshot& snapshot, const zrhost::Question& question
   return answer.empty() ? 1 : 0;
 }
 
-int answerBatch(const zrhost::Snapshot& snapshot, const LookupOptions& options) {
-  StandardOutput output;
-  LineReader input([&output] { output.flush(); });
-  std::string line;
-  bool allWereQuestions = true;
-  for (std::uint64_t number = 1; input.next(line); ++number) {
-    if (line.empty()) continue;
-    try {
-      output.write(jsonOf(answerOf(snapshot, zrhost::parseQuestion(line), options), snapshot));
-    } catch (const zrhost::HostError& error) {
-      if (error.kind() != zrhost::ErrorKind::kUsage) throw;
-      output.write(zrhost::errorJson(error.what(), number) + '\n');
-      allWereQuestions = false;
-    }
-  }
-  output.close();
-  return allWereQuestions ? 0 : exitStatus(zrhost::ErrorKind::kBadRow);
+int answerBatch(const zrhost::Snapshot& snapshot, bool withGroups, const LookupOptions& options) {
+  return answerLines(withGroups, [&](const zrhost::Question& question, StandardOutput& output) {
+    output.write(jsonOf(answerOf(snapshot, question, options), snapshot));
+  });
 }
 
 }  // namespace zrcli

@@ -1,13 +1,11 @@
 #include "cli/lookup_command.h"
 
-#include <algorithm>
-#include <map>
 #include <memory>
 
 #include "cli/common_options.h"
 #include "cli/database_access.h"
 #include "cli/lookup_answer.h"
-#include "cli/standard_streams.h"
+#include "cli/question_options.h"
 
 namespace zrcli {
 
@@ -52,75 +50,23 @@ constexpr char kFooter[] =
     "        What applies to a user and to the groups that the user is in.\n";
 
 struct Lookup {
-  zrhost::Question question;
-  bool fromStandardInput = false;
+  AskedQuestion asked;
   LookupOptions options;
 };
 
 int lookup(const CommandContext& context, const Lookup& lookup) {
-  if (lookup.question.empty() && !lookup.fromStandardInput) {
-    throw zrhost::HostError(zrhost::ErrorKind::kUsage,
-                            "lookup: nothing is asked; give --user, --group, --host, --ip, --other, --default, --all "
-                            "or --stdin");
-  }
-  if (!lookup.question.empty() && lookup.fromStandardInput) {
-    throw zrhost::HostError(zrhost::ErrorKind::kUsage,
-                            "lookup: --stdin takes its questions from standard input; give no other question with it");
-  }
-  const auto snapshot = loadToAsk(context, lookup.options.withGroups);
-  return lookup.fromStandardInput ? answerBatch(*snapshot, lookup.options)
-                                  : answerOne(*snapshot, lookup.question, lookup.options);
+  const auto snapshot = loadToAsk(context, lookup.asked.withGroups);
+  return lookup.asked.fromStandardInput ? answerBatch(*snapshot, lookup.asked.withGroups, lookup.options)
+                                        : answerOne(*snapshot, lookup.asked.question, lookup.options);
 }
 
-// The parts of the question in the order in which they stand on the command line, across the options.
-zrhost::Question questionOf(const CLI::App& command) {
-  zrhost::Question question;
-  std::map<const CLI::Option*, std::size_t> used;
-  for (const CLI::Option* option : command.parse_order()) {
-    const std::string name = option->get_single_name();
-    const auto* word = std::find_if(std::begin(zrhost::kQuestionWords), std::end(zrhost::kQuestionWords),
-                                    [&name](const zrhost::QuestionWord& each) { return each.word == name; });
-    if (word != std::end(zrhost::kQuestionWords)) {
-      question.push_back(zrhost::makeQuestionPart(*word, option->results().at(used[option]++)));
-    } else if (name == "default" || name == "all") {
-      question.push_back(zrhost::parseQuestion(name).front());
-    }
-  }
-  return question;
-}
-
-void addQuestionOptions(CLI::App& command) {
-  constexpr char kGroup[] = "Questions";
-  constexpr const char* kHelp[] = {"The policies of this user.", "The policies of this group.",
-                                   "The policies of this host name.",
-                                   "The policies of this IPv4 address, then those of the address ranges that hold it.",
-                                   "The policies of this other key, as POP3_Mail_Sender."};
-  static_assert(std::size(kHelp) == std::size(zrhost::kQuestionWords));
-  for (std::size_t i = 0; i < std::size(kHelp); ++i) {
-    const zrhost::QuestionWord& word = zrhost::kQuestionWords[i];
-    command.add_option(std::string("--") + word.word)
-        ->description(std::string(kHelp[i]) + " May be given any number of times.")
-        ->type_name(word.keyName)
-        ->expected(1)
-        ->take_all()
-        ->group(kGroup);
-  }
-  command.add_flag("--default")->description("The default policy, behind all others.")->group(kGroup);
-  command.add_flag("--all")->description("The policies of all users, groups and other keys.")->group(kGroup);
-}
-
-void addFlags(CLI::App& command, Lookup& lookup) {
-  constexpr char kQuestions[] = "Questions";
-  constexpr char kOutput[] = "Output";
-  const auto add = [&command](const char* name, bool& flag, const char* help, const char* group) {
-    command.add_flag(name, flag, help)->group(group);
+void addFlags(CLI::App& command, LookupOptions& options) {
+  const auto add = [&command](const char* name, bool& flag, const char* help) {
+    command.add_flag(name, flag, help)->group("Output");
   };
-  add("--with-groups", lookup.options.withGroups,
-      "Also the policies of the groups that the users are in, behind those of the last user.", kQuestions);
-  add("--stdin", lookup.fromStandardInput, "Answer the questions of standard input, one for each line.", kQuestions);
-  add("--top", lookup.options.top, "Only the first result.", kOutput);
-  add("--json", lookup.options.json, "One JSON document instead of a table.", kOutput);
-  add("--wide", lookup.options.wide, "The whole table, also where it is wider than the terminal.", kOutput);
+  add("--top", options.top, "Only the first result.");
+  add("--json", options.json, "One JSON document instead of a table.");
+  add("--wide", options.wide, "The whole table, also where it is wider than the terminal.");
 }
 
 }  // namespace
@@ -129,13 +75,13 @@ void addLookupCommand(CLI::App& program, CommandContext& context) {
   CLI::App* command = program.add_subcommand("lookup", kDescription);
   command->footer(kFooter);
   const auto asked = std::make_shared<Lookup>();
-  addQuestionOptions(*command);
-  addFlags(*command, *asked);
+  addQuestionOptions(*command, asked->asked);
+  addFlags(*command, asked->options);
   addSettingOptions(*command, context);
   addStrictOption(*command, context);
   command->callback([&context, command, asked] {
     context.run = [&context, command, asked] {
-      asked->question = questionOf(*command);
+      readQuestion(*command, asked->asked);
       return lookup(context, *asked);
     };
   });

@@ -51,9 +51,18 @@ ZrDbConnect* takeIdle(ZrDataAccess& pool) {
   return connect;
 }
 
+// A connection must not get lost for want of memory: in front there is room for what was taken from there.
+void putAtTheBack(std::deque<ZrDbConnect*>& idle, ZrDbConnect* connect) {
+  try {
+    idle.push_back(connect);
+  } catch (const std::bad_alloc&) {
+    idle.push_front(connect);
+  }
+}
+
 void putIdle(ZrDataAccess& pool, ZrDbConnect* connect) {
   const VEXA::VexaLock lock(pool.m_mutex);
-  pool.m_deqIdleConnect.push_back(connect);
+  putAtTheBack(pool.m_deqIdleConnect, connect);
 }
 
 bool exchange(ZrDataAccess& pool, const ZrDbConnect* old, ZrDbConnect* replacement) {
@@ -108,10 +117,14 @@ void ZrDataAccess::init(const char* connectString, int poolSize, const char* dsn
   ZR_TRACE("ZrDataAccess::init() ...\n");
   if (connectString == nullptr || poolSize == 0) throw "NULL or 0 parameters";
   ZR_TRACE("ZrDataAccess::init() m_strConnectString=%s m_dsn=%s m_user=%s m_pass=%s\n", connectString, dsn, user, pass);
-  m_strConnectString = connectString;
-  m_dsn = dsn;
-  m_user = user;
-  m_pass = pass;
+  try {  // all of them or none: a later reconnection uses what stands here
+    std::string copies[] = {connectString, dsn, user, pass};
+    std::string* const members[] = {&m_strConnectString, &m_dsn, &m_user, &m_pass};
+    for (std::size_t i = 0; i < std::size(copies); ++i)
+      members[i]->swap(copies[i]);
+  } catch (const std::bad_alloc&) {
+    throw "Failed to allocate ZrDbConnect instance.";
+  }
   purgePool();
   preparePool(poolSize);
 }
@@ -153,7 +166,7 @@ void ZrDataAccess::returnConnect(ZrDbConnect* pDBC) {
     throw "Return NULL pointer";
   }
   const VEXA::VexaLock lock(m_mutex);
-  m_deqIdleConnect.push_back(pDBC);
+  putAtTheBack(m_deqIdleConnect, pDBC);
   DbgPrintf("Db connection 0x%X returned.", addressOf(pDBC));
 }
 

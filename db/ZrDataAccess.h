@@ -32,8 +32,8 @@ class ZR_EXPORT ZrDataAccess {
   // pool anew with `poolSize` connections, as purgePool and preparePool do. Writes the strings, the password in clear
   // among them, into a trace line (level 4).
   //
-  // Throws "NULL or 0 parameters", with nothing changed, when `connectString` is null or `poolSize` 0; else as
-  // preparePool does.
+  // Throws, with nothing changed, "NULL or 0 parameters" when `connectString` is null or `poolSize` 0, and "Failed to
+  // allocate ZrDbConnect instance." when there is no memory for the strings; else as preparePool does.
   void init(const char* connectString, int poolSize, const char* dsn, const char* user, const char* pass);
 
   // Adds `poolSize` connections with the IDs 1, 2, ... to an empty pool, connects each in turn, and makes the pool
@@ -62,14 +62,16 @@ class ZR_EXPORT ZrDataAccess {
   ZrDbConnect* getConnect();
 
   // Gives a lent connection back, in whatever state, also while the pool is not ready. What is handed in is not
-  // checked: it must be a connection of this pool that is not idle. Throws "Return NULL pointer" for null.
+  // checked: it must be a connection of this pool that is not idle. Throws "Return NULL pointer" for null, and
+  // std::bad_alloc when the queue cannot grow: the connection is the caller's still.
   void returnConnect(ZrDbConnect* pDBC);
 
   // Deletes every connection, lent ones too; the pool is not ready then.
   void purgePool();
 
   // Disconnects and reconnects every idle connection, one after the other, for when the database has been away. Lent
-  // connections are left alone. The pool is not ready meanwhile and ready afterwards, whatever the result.
+  // connections are left alone. The pool is not ready meanwhile and ready afterwards, whatever the result; only
+  // std::bad_alloc, thrown when there is no memory for the list, leaves it not ready.
   //
   // Returns true when all reconnected, which includes that none was idle. Otherwise logs
   // "ZrDataAccess::reinit: Failed to re-initialize the connection pool (dsn: DSN user: USER)." once; the connections

@@ -24,7 +24,7 @@ class ZR_EXPORT ZrSqlLoader {
   ZrSqlLoader();
   // Reads from the folder `pszDir` (not null), with or without a slash at its end. With the empty text, names are
   // opened as they stand. Throws "Specified directory for SQL statements doesn't exist" (const char*) when it is not
-  // there or may not be read.
+  // there or may not be read, and std::bad_alloc.
   explicit ZrSqlLoader(const char* pszDir);
 
   // The text of the file `pszSqlName` of the folder; no extension is added. A name with a slash or a backslash in it

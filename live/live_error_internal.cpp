@@ -17,6 +17,7 @@ LiveError::Kind kindOf(zrhost::ErrorKind kind) {
     case ErrorKind::kNoInput:
     case ErrorKind::kInputOutput:
       return LiveError::Kind::kInputOutput;
+    case ErrorKind::kLoss:
     case ErrorKind::kInternal:
       break;
   }

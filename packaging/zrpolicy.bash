@@ -15,7 +15,7 @@ _zrpolicy_settings() {  # [SECTION]: the names of its settings; without: the sec
 # The values of an option, as its usage shows it, or of a setting, by its name.
 _zrpolicy_values() {
   case $1 in
-    --dsn\ * | dsn) odbcinst -q -s 2>/dev/null | sed -nE 's/^\[(.*)\]$/\1/p' ;;
+    --dsn\ * | --from-dsn\ * | dsn) odbcinst -q -s 2>/dev/null | sed -nE 's/^\[(.*)\]$/\1/p' ;;
     --log-level\ * | level) printf '%s\n' 0 1 2 3 4 ;;
     --severity\ *) printf '%s\n' error warning note ;;
     --actions\ *) printf '%s\n' postfix none ;;
@@ -58,6 +58,9 @@ _zrpolicy() {
     mapfile -t offered < <(_zrpolicy_values "$option" "$word")
   elif [[ $word != -* && ${path[0]:-} == help ]]; then
     mapfile -t offered < <(_zrpolicy_usage "${plain[@]}" | grep -v '^-')
+  elif [[ $word != -* && ${path[0]:-} =~ ^(export|import|test|diff)$ ]]; then
+    option="${path[0]} FILE"  # which is what their arguments are
+    mapfile -t offered < <(compgen -f -- "$word")
   elif [[ $word != -* && "${path[*]}" == config\ [gsu]* ]]; then
     mapfile -t offered < <(_zrpolicy_setting "${path[1]}" "$word" "${plain[@]}")
   else

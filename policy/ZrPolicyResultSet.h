@@ -92,13 +92,13 @@ class ZR_EXPORT ZrPolicyResultSet {
   //                                                     without a check)
   // Either way the set is unchanged.
   //
-  // The policies of the results are found by the links that were added, as those are now. Above 48 results a link that
-  // was pointed at another policy meanwhile is noticed by the cache's lookups; the host's own calls of this notice it
-  // of the cache's default link alone. Elements of m_setResult that were added or removed by hand are noticed by their
-  // number, and the results are then walked until cleanup.
+  // The policies of the results are those of their links now: a link that was pointed at another policy meanwhile is
+  // noticed. Above 32 results that costs a look at each for every call, while a lookup of the cache looks once, however
+  // many results it adds. Elements of m_setResult that were added or removed by hand are noticed by their number, and
+  // the results are then walked until cleanup.
   void addResult(ZrEPLink* link, ZrRule* rule);
 
-  // Takes all results out of the set, which deletes them or, up to 128, keeps their memory for those to come, and
+  // Takes all results out of the set, which deletes them or, up to 1,024, keeps their memory for those to come, and
   // unbinds it, as if new. Throws nothing.
   void cleanup();
 

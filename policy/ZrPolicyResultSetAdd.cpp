@@ -13,7 +13,7 @@ bool ZrPolicyResult::operator()(const ZrPolicyResult* a, const ZrPolicyResult* b
 }
 
 void ZrPolicyResultSet::addResult(ZrEPLink* link, ZrRule* rule) {
-  zr::ResultAdder(this, false).add(link, rule);
+  zr::ResultAdder(this).add(link, rule);
 }
 
 namespace zr {

@@ -17,7 +17,6 @@ void IdSet::clear() {
   if (m_off || m_links.size() > kKept) *this = IdSet();
   m_links.clear();
   m_ids.clear();
-  m_defaults.clear();
   m_slots.clear();
 }
 
@@ -28,21 +27,23 @@ bool IdSet::isScanned(std::int32_t id) const {
   return false;
 }
 
-bool IdSet::isOutOfDate(std::size_t at) const {
-  return m_links[at]->m_pPolicy->m_policyId != m_ids[at];
-}
-
-bool IdSet::isHashed(std::int32_t id) {
-  for (const std::size_t at : m_defaults) {
-    if (isOutOfDate(at)) renew();
-  }
+bool IdSet::isHashed(std::int32_t id) const {
   return id == kFree ? m_holdsFree : m_slots[slotOf(id)] == id;
 }
 
+// Several at a time without a branch, so that the links are fetched side by side.
 void IdSet::recheck() {
-  for (std::size_t at = 0; at < m_ids.size(); ++at) {
-    if (isOutOfDate(at)) return renew();
+  constexpr std::size_t kStep = 16;
+  const auto changed = [this](std::size_t at) { return m_links[at]->m_pPolicy->m_policyId ^ m_ids[at]; };
+  std::size_t at = 0;
+  for (; at + kStep <= m_ids.size(); at += kStep) {
+    std::int32_t any = 0;
+    for (std::size_t i = 0; i < kStep; ++i)
+      any |= changed(at + i);
+    if (any != 0) return renew();
   }
+  for (; at < m_ids.size(); ++at)
+    if (changed(at) != 0) return renew();
 }
 
 // Where `id` stands, or the free slot that it would take.
@@ -77,7 +78,6 @@ void IdSet::renew() {
 }
 
 void IdSet::note(std::size_t at) {
-  if (m_links[at]->m_entityType == ZrEntityType::DEFAULT) m_defaults.push_back(at);
   m_ids.push_back(m_links[at]->m_pPolicy->m_policyId);
   if (m_ids.size() * 2 <= m_slots.size()) return hash(m_ids.back());
   m_slots.resize(std::max(m_slots.size() * 2, kFirstSlots));

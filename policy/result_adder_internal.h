@@ -8,11 +8,10 @@
 namespace zr {
 
 // Adds results to a set, one after another, while nobody else changes the set or what it points at: for one lookup, or
-// for one result.
+// for one result. What the host changed before is noticed at the first addition, once.
 class ResultAdder {
  public:
-  // `recheck`: whether links that were pointed at other policies since the last addition are to be noticed.
-  explicit ResultAdder(ZrPolicyResultSet* set, bool recheck = true) : m_set(set), m_recheck(recheck) {}
+  explicit ResultAdder(ZrPolicyResultSet* set) : m_set(set) {}
 
   // As ZrPolicyResultSet::addResult.
   void add(ZrEPLink* link, ZrRule* rule);
@@ -22,7 +21,7 @@ class ResultAdder {
   void insert(ZrEPLink* link, ZrRule* rule);
 
   ZrPolicyResultSet* m_set;
-  bool m_recheck;
+  bool m_recheck = true;
   bool m_covered = false;  // whether the table of IDs speaks for the set
 };
 

@@ -16,7 +16,7 @@ class SpareResults {
  public:
   using Container = std::multiset<ZrPolicyResult*, ZrPolicyResult>;
   using Node = Container::node_type;
-  static constexpr std::size_t kMost = 128;
+  static constexpr std::size_t kMost = 1024;
 
   SpareResults() = default;
   SpareResults(const SpareResults&) = delete;

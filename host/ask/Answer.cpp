@@ -1,12 +1,10 @@
 #include "host/ask/Answer.h"
 
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <iterator>
-#include <memory_resource>
 #include <utility>
 
+#include "host/ask/Search.h"
 #include "host/load/SqlRule.h"
 #include "policy/ZrPolicyResultSet.h"
 #include "support/PolicyLog.h"
@@ -15,73 +13,22 @@ namespace zrhost {
 
 namespace {
 
-using Kind = QuestionPart::Kind;
-
-// One question while it is answered.
-class Asking {
- public:
-  Asking(const Snapshot& snapshot, const Question& question) : m_snapshot(snapshot), m_question(question) {
-    snapshot.bind(m_results);
+// "asked USER john@example.org: 2 result(s)"
+void trace(const Search& search, std::size_t results) {
+  const auto line = [results](const char* what, const std::string& searched) {
+    ZR_TRACE("asked %s%s%s: %zu result(s)\n", what, searched.empty() ? "" : " ", searched.c_str(), results);
+  };
+  switch (search.kind) {
+    case Search::Kind::kKey:
+      return line(entityTypeName(search.type), Snapshot::searched(search.type, search.key));
+    case Search::Kind::kRanges:
+      return line(entityTypeName(search.type), search.key);
+    case Search::Kind::kDefault:
+      return line("the default policy", "");
+    case Search::Kind::kAll:
+      return line("all users, groups and other keys", "");
   }
-
-  ZrPolicyResultSet& results() {
-    for (const QuestionPart& part : m_question)
-      lookUp(part);
-    return m_results;
-  }
-
- private:
-  void lookUp(const QuestionPart& part) {
-    const char* const key = part.key.c_str();
-    switch (part.kind) {
-      case Kind::kEntity:
-        return lookUp(part.entityType, key);
-      case Kind::kAddress:
-        lookUp(ZrPolicyCache::IP, key);
-        m_snapshot.lookUpRanges(key, m_results);
-        return trace(entityTypeName(ZrPolicyCache::IP_RANGE), key);
-      case Kind::kGroups:
-        return lookUpGroups();
-      case Kind::kDefault:
-        m_snapshot.lookUpDefault(m_results);
-        return trace("the default policy", "");
-      case Kind::kAll:
-        m_snapshot.lookUpAll(m_results);
-        return trace("all users, groups and other keys", "");
-    }
-  }
-
-  void lookUp(ZrPolicyCache::EntityType type, const char* key) {
-    m_snapshot.lookUp(type, key, m_results);
-    if (PolicyLog::passes(PolicyLog::LEVEL_TRACE)) trace(entityTypeName(type), Snapshot::searched(type, key).c_str());
-  }
-
-  void lookUpGroups() {
-    std::array<std::byte, 1024> room;  // enough for the groups of ordinary users
-    std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
-    std::pmr::vector<GroupMembers::Group> groups(&memory);
-    for (const QuestionPart& part : m_question) {
-      if (!isUser(part)) continue;
-      const GroupMembers::Groups found = m_snapshot.groupsOf(part.key);
-      groups.insert(groups.end(), found.begin(), found.end());
-    }
-    std::sort(groups.begin(), groups.end());
-    const auto end = std::unique(groups.begin(), groups.end());
-    for (auto group = groups.begin(); group != end; ++group)
-      lookUp(ZrPolicyCache::GROUP, m_snapshot.groupName(*group));
-  }
-
-  // "asked USER john@example.org: 2 result(s)"
-  void trace(const char* what, const char* searched) {
-    const std::size_t before = std::exchange(m_traced, m_results.getSize());
-    ZR_TRACE("asked %s%s%s: %zu result(s)\n", what, *searched != '\0' ? " " : "", searched, m_traced - before);
-  }
-
-  const Snapshot& m_snapshot;
-  const Question& m_question;
-  ZrPolicyResultSet m_results;
-  std::size_t m_traced = 0;  // results that trace lines have told of
-};
+}
 
 AnswerRule valuesOf(ZrRule& rule) {
   const auto* sqlRule = dynamic_cast<const SqlRule*>(&rule);
@@ -104,14 +51,24 @@ const char* entityTypeName(ZrPolicyCache::EntityType type) {
   return index < std::size(g_rule_entity) ? g_rule_entity[index] : "?";
 }
 
-Answer ask(const Snapshot& snapshot, const Question& question) {
-  Asking asking(snapshot, question);
-  ZrPolicyResultSet& results = asking.results();
+Answer answerOf(ZrPolicyResultSet& results) {
   Answer answer;
   answer.reserve(results.getSize());
-  while (const ZrPolicyResult* result = results.getNextResult())
+  for (const ZrPolicyResult* result = results.getTopPriorityResult(); result != nullptr;
+       result = results.getNextResult())
     answer.push_back(valuesOf(*result));
   return answer;
+}
+
+Answer ask(const Snapshot& snapshot, const Question& question) {
+  ZrPolicyResultSet results;
+  std::size_t traced = 0;  // results that trace lines have told of
+  searchEach(snapshot, question, results, [&results, &traced](const Search& search) {
+    if (!PolicyLog::passes(PolicyLog::LEVEL_TRACE)) return;
+    const std::size_t before = std::exchange(traced, results.getSize());
+    trace(search, traced - before);
+  });
+  return answerOf(results);
 }
 
 }  // namespace zrhost

@@ -8,6 +8,8 @@
 #include "host/load/Snapshot.h"
 #include "policy/ZrPolicyCache.h"
 
+class ZrPolicyResultSet;
+
 namespace zrhost {
 
 // The rule that a lookup selected, as plain values.
@@ -45,5 +47,8 @@ const char* entityTypeName(ZrPolicyCache::EntityType type);
 // Throws what the lookups throw (texts, taken as const char*) and std::bad_alloc. A question of makeQuestionPart or
 // parseQuestion fails for want of memory only.
 Answer ask(const Snapshot& snapshot, const Question& question);
+
+// What a bound result set holds, as an answer; starts the set's walk anew. Throws what walking throws.
+Answer answerOf(ZrPolicyResultSet& results);
 
 }  // namespace zrhost

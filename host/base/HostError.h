@@ -12,6 +12,7 @@ enum class ErrorKind {
   kUnreachable,        // the database cannot be reached or opened, or is locked
   kInternal,           // no memory, or a fault of the program's own
   kTablesPresent,      // a policy database cannot be made: its tables are there
+  kLoss,               // a change would take away more than it may
   kNoInput,            // an input file that is not there
   kInputOutput,        // a file could not be read or written
   kNotPolicyDatabase,  // reached, but it holds no policy database, or a newer one

@@ -32,8 +32,9 @@ struct CheckSummary {
 // library.
 //
 // Findings are reported while rows come, in their order; those that need all links come behind the last link, in the
-// order of the links; those about policies come last, by policy ID. Equal rows give equal findings in equal order. Of
-// ranges that overlap each other each is reported once, however many there are.
+// order of loading, whatever the order in which the links came; those about policies come last, by policy ID. Equal
+// rows give equal findings in equal order. Of ranges that overlap each other each is reported once, however many there
+// are.
 //
 // Keeps the policies, and of each link its name and some 50 bytes: less than a loaded cache. Findings are not kept.
 // Everything together takes n log n steps for n rows.

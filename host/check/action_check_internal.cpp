@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "host/check/check_text_internal.h"
+#include "host/mend/name_mend.h"
 
 namespace zrhost {
 namespace {

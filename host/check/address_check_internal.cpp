@@ -7,12 +7,13 @@
 #include <string_view>
 
 #include "host/check/check_text_internal.h"
+#include "host/mend/address_mend.h"
+#include "host/mend/name_mend.h"
 
 namespace zrhost {
 namespace {
 
 constexpr const char* kName = "entity_name";
-constexpr const char* kSeparator = " ~ ";
 
 // The two sides of the tilde, or the one text where there is none, without the blanks around them.
 struct Sides {
@@ -42,12 +43,12 @@ Fault odd(const std::string& text, const std::string& readAs, bool isSure) {
 void checkRange(const std::string& text, const ZrEPLink& link, std::vector<Fault>& faults) {
   const Sides sides(text);
   const std::string first = dotted(link.m_ipFrom), last = dotted(link.m_ipTo);
-  if (sides.first != first || sides.last != last) faults.push_back(odd(text, first + kSeparator + last, true));
+  if (sides.first != first || sides.last != last) faults.push_back(odd(text, first + kRangeSeparator + last, true));
   if (addressNumber(link.m_ipFrom) <= addressNumber(link.m_ipTo)) return;
   faults.push_back(
       {FindingCode::kReversedRange,
        "the first address of the range " + quoted(text) + " is above the last, so that no address lies in it",
-       "write it as '" + last + kSeparator + first + "' if that is meant"});
+       "write it as '" + last + kRangeSeparator + first + "' if that is meant"});
 }
 
 // The part of a single address's text that a person takes for another address; empty when there is none.
@@ -55,7 +56,8 @@ std::string_view secondAddress(const Sides& sides, LinkJudge& judge) {
   if (!sides.last.empty()) return sides.last;
   const std::size_t blank = sides.first.find_first_of(kBlanks);
   if (blank == std::string_view::npos) return {};
-  const std::string_view rest = trimmed(sides.first.substr(blank));
+  std::string_view rest = trimmed(sides.first.substr(blank));
+  if (rest.starts_with('-')) rest = trimmed(rest.substr(1));
   return judge.takes(ZrPolicyCache::IP, rest) ? rest : std::string_view();
 }
 
@@ -76,7 +78,7 @@ void checkSingle(const std::string& text, const ZrEPLink& link, LinkJudge& judge
 std::optional<Fault> ofIpv6(const std::string& text, const Sides& sides) {
   for (const std::string_view side : {sides.first, sides.last}) {
     in6_addr address{};
-    const std::string word(side.substr(0, side.find_first_of("/%")));
+    const std::string word(side.substr(0, side.find_first_of("/%- ")));
     if (::inet_pton(AF_INET6, word.c_str(), &address) != 1) continue;
     std::uint32_t mapped = 0;
     std::memcpy(&mapped, address.s6_addr + 12, sizeof mapped);
@@ -98,7 +100,20 @@ Fault half(const std::string& text, std::string_view rest, const std::string& ad
 
 Fault withoutBlanks(const std::string& text, const Sides& sides) {
   return {FindingCode::kBadAddress, quoted(text) + " has no blanks around the tilde, so that it is no range",
-          "write it as '" + std::string(sides.first) + kSeparator + std::string(sides.last) + "'"};
+          "write it as '" + std::string(sides.first) + kRangeSeparator + std::string(sides.last) + "'"};
+}
+
+std::vector<ColumnValue> linkBecomes(ZrPolicyCache::EntityType type, const StoredAddress& stored) {
+  std::vector<ColumnValue> mend = nameBecomes(stored.text);
+  if (stored.type != type) mend.insert(mend.begin(), {"entity_type", std::to_string(stored.type)});
+  return mend;
+}
+
+// A text that loading refuses and that can yet mean one thing only.
+Fault otherForm(ZrPolicyCache::EntityType type, const std::string& text, const StoredAddress& stored) {
+  return {FindingCode::kBadAddress, quoted(text) + " is not in the form in which addresses and ranges are read",
+          "write it as '" + stored.text + "' with entity_type " + std::to_string(stored.type),
+          linkBecomes(type, stored)};
 }
 
 bool isBroadcast(std::string_view text) {
@@ -134,12 +149,19 @@ void explainRefusedAddress(ZrPolicyCache::EntityType type, const std::string& te
   if (judge.takes(type, text)) return;
   const Sides sides(text);
   const std::string_view rest = sides.first.empty() ? sides.last : sides.last.empty() ? sides.first : trimmed(text);
-  if (const auto ipv6 = ofIpv6(text, sides)) {
+  const AddressMeaning meaning = meaningOfAddress(type, text);
+  const bool isRange = meaning.stored && meaning.stored->type == ZrPolicyCache::IP_RANGE;
+  if (!meaning.fault.empty()) {
+    faults.push_back({FindingCode::kBadAddress, quoted(text) + ' ' + meaning.fault, "correct it, or remove the link"});
+  } else if (auto ipv6 = ofIpv6(text, sides)) {
+    if (meaning.stored) ipv6->mend = linkBecomes(type, *meaning.stored);
     faults.push_back(*ipv6);
-  } else if (type == ZrPolicyCache::IP_RANGE && judge.takes(ZrPolicyCache::IP, rest)) {
+  } else if (!isRange && type == ZrPolicyCache::IP_RANGE && judge.takes(ZrPolicyCache::IP, rest)) {
     faults.push_back(half(text, rest, dotted(judge.filed().link->m_ipFrom)));
-  } else if (!sides.first.empty() &&
-             judge.takes(ZrPolicyCache::IP_RANGE, std::string(sides.first) + kSeparator + std::string(sides.last))) {
+  } else if (meaning.stored) {
+    faults.push_back(otherForm(type, text, *meaning.stored));
+  } else if (!sides.first.empty() && judge.takes(ZrPolicyCache::IP_RANGE, std::string(sides.first) + kRangeSeparator +
+                                                                              std::string(sides.last))) {
     faults.push_back(withoutBlanks(text, sides));
   } else {
     faults.push_back(bad(text, sides));

@@ -8,6 +8,7 @@
 #include "host/check/check_text_internal.h"
 #include "host/check/name_check_internal.h"
 #include "host/check/policy_check_internal.h"
+#include "host/mend/name_mend.h"
 
 namespace zrhost {
 namespace {
@@ -90,6 +91,7 @@ bool LinkCheck::counts(std::int32_t policyId) const {
 
 void LinkCheck::finish() {
   if (m_sweep) return;
+  m_links.sortAsLoaded();
   m_sweep.emplace(m_links, m_judge, [this](std::int32_t policyId) { return counts(policyId); });
   const bool notes = m_log.wants(FindingCode::kEqualPriority) || m_log.wants(FindingCode::kCoveredRange);
   for (const LinkRelation& relation : m_sweep->run(notes)) {

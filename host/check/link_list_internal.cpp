@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <functional>
+#include <numeric>
 #include <tuple>
+#include <utility>
 
 #include "host/base/strict_number.h"
 #include "host/check/address_check_internal.h"
@@ -44,6 +46,26 @@ void LinkList::add(const LinkRow& row, const FiledLink& filed, const RowPlace* p
   if (place == nullptr) return;
   m_lines.push_back(place->line);
   if (m_file != place->file) m_file = place->file;  // one file holds all links
+}
+
+void LinkList::sortAsLoaded() {
+  const auto isBefore = [](const KeptLink& a, const KeptLink& b) {
+    return std::tie(a.priority, a.linkId) < std::tie(b.priority, b.linkId);
+  };
+  if (std::is_sorted(m_links.begin(), m_links.end(), isBefore)) return;
+  std::vector<LinkIndex> order(size());
+  std::iota(order.begin(), order.end(), LinkIndex{0});
+  std::stable_sort(order.begin(), order.end(),
+                   [&](LinkIndex a, LinkIndex b) { return isBefore(m_links[a], m_links[b]); });
+  LinkList sorted;
+  for (const LinkIndex index : order) {
+    sorted.m_links.push_back(m_links[index]);
+    sorted.m_links.back().nameAt = sorted.m_names.size();
+    sorted.m_names += name(index);
+    if (!m_lines.empty()) sorted.m_lines.push_back(m_lines[index]);
+  }
+  sorted.m_file = std::move(m_file);
+  *this = std::move(sorted);
 }
 
 std::string_view LinkList::name(LinkIndex index) const {

@@ -35,6 +35,9 @@ class LinkList {
   // `row` as it was read, `filed` as the cache took it; `place` may be null.
   void add(const LinkRow& row, const FiledLink& filed, const RowPlace* place);
 
+  // Into the order of loading, if they came in another.
+  void sortAsLoaded();
+
   std::size_t size() const { return m_links.size(); }
   const KeptLink& operator[](LinkIndex index) const { return m_links[index]; }
   // As the row has it.

@@ -1,30 +1,23 @@
 #include "host/check/name_check_internal.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
 #include "host/check/check_text_internal.h"
+#include "host/mend/name_mend.h"
 
 namespace zrhost {
 namespace {
-
-// The one name that lookups search with its capitals.
-constexpr std::string_view kKeepsCapitals = "POP3_Mail_Sender";
-
-bool hasCapital(std::string_view text) {
-  return std::any_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
-}
 
 std::string subject(const NameColumn& name) {
   return std::string("the ") + name.what + ' ' + quoted(name.text);
 }
 
-// The name without capitals and blanks, as the change of its column; nothing when that leaves no name.
-std::vector<ColumnValue> mendedName(const NameColumn& name, bool capitalsCount) {
-  const std::string_view kept = trimmed(name.text);
+// The mended name as the change of its column; nothing when that leaves no name.
+std::vector<ColumnValue> mendOf(const NameColumn& name, bool capitalsCount) {
+  const std::string kept = capitalsCount ? mendedName(name.text) : mendedHost(name.text);
   if (kept.empty()) return {};
-  return {{name.column, capitalsCount ? askedName(kept) : std::string(kept)}};
+  return {{name.column, kept}};
 }
 
 std::string mendingRemedy(const std::vector<ColumnValue>& mend) {
@@ -59,16 +52,12 @@ bool isItsNumber(const std::string& entity, const std::string& decoded) {
 
 }  // namespace
 
-std::string askedName(std::string_view name) {
-  return name == kKeepsCapitals ? std::string(name) : lowered(name);
-}
-
 void checkName(const NameColumn& name, std::string_view key, bool capitalsCount, std::vector<Fault>& faults) {
   const std::string_view kept = trimmed(key);
   const bool isBlank = kept.size() != key.size() || key.empty();
-  const bool isCapital = capitalsCount && kept != kKeepsCapitals && hasCapital(kept);
+  const bool isCapital = capitalsCount && askedName(kept) != kept;
   if (!isBlank && !isCapital) return;
-  const std::vector<ColumnValue> mend = mendedName(name, capitalsCount);
+  const std::vector<ColumnValue> mend = mendOf(name, capitalsCount);
   const std::string remedy = mendingRemedy(mend);
   if (isCapital) {
     faults.push_back({FindingCode::kCapitalName, subject(name) + " has a capital letter, so that no question finds it",

@@ -23,7 +23,4 @@ void checkName(const NameColumn& name, std::string_view key, bool capitalsCount,
 // Faults of the HTML numeric entities in the name of a user or group, as `cache` decodes them.
 void checkEntities(ZrPolicyCache& cache, const NameColumn& name, std::vector<Fault>& faults);
 
-// The name as a question asks for it: in lower case, "POP3_Mail_Sender" excepted.
-std::string askedName(std::string_view name);
-
 }  // namespace zrhost

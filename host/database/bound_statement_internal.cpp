@@ -34,7 +34,7 @@ void BoundStatement::bindText(std::size_t place, const std::string& text) {
 }
 
 void BoundStatement::bindBytes(std::size_t place, const std::string& bytes) {
-  bind(place, SQL_C_BINARY, SQL_LONGVARBINARY, bytes);
+  bind(place, SQL_C_BINARY, SQL_VARBINARY, bytes);
 }
 
 // A size of 0 is refused by the driver manager, so that of a text counts its zero byte, too.

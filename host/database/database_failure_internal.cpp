@@ -32,6 +32,7 @@ constexpr const char* kAltered =
     "name another database";
 constexpr const char* kRefused = "refuses a row; correct that, or what its tables demand beside our own rules";
 constexpr const char* kNoSuchCharacter = "has an encoding without one of the characters; correct the row";
+constexpr const char* kNoSpace = "is out of disk space, or its temporary files are; make room";
 constexpr const char* kBadStatement = "does not take the SQL statement file";
 constexpr const char* kLost = "has dropped the connection; try again, and look after the server when it goes on";
 
@@ -42,7 +43,7 @@ constexpr Cause kSqlite[] = {
     {"", 8, "", kUnreachable, "cannot be written: no permission; use the account of its owner"},
     {"", 10, "", kFile, "cannot be read or written; check the disk"},
     {"", 11, "", kOther, "is damaged; restore it from a backup"},
-    {"", 13, "", kFile, "is out of disk space; make room"},
+    {"", 13, "", kFile, kNoSpace},
     {"", 14, "", kUnreachable, "cannot be opened; check that it is there, and that this user may enter its folder"},
     {"", 19, "", kRow, kRefused},
     {"", 26, "", kOther, "is no SQLite database; name another file"},
@@ -68,7 +69,7 @@ constexpr Cause kServer[] = {
     {"22021", kAny, "", kRow, kNoSuchCharacter},
     {"22P05", kAny, "", kRow, kNoSuchCharacter},
     {"25006", kAny, "", kUnreachable, "is read-only; use the primary server"},
-    {"53100", kAny, "", kFile, "is out of disk space; make room"},
+    {"53100", kAny, "", kFile, kNoSpace},
     {"53", kAny, "", kUnreachable, "is out of memory or of connections; try again"},
     {"57P", kAny, "", kUnreachable, kLost},
     {"08", kAny, "", kUnreachable, kLost},

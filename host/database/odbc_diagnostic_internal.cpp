@@ -2,8 +2,9 @@
 
 #include <array>
 #include <dlfcn.h>
-#include <mutex>
 #include <sqlext.h>
+
+#include "host/database/connect_turn_internal.h"
 
 namespace zrhost {
 namespace {
@@ -75,11 +76,8 @@ extern "C" __attribute__((weak, visibility("default"))) SQLRETURN SQLConnect(SQL
                                                                              SQLSMALLINT passwordLength) {
   static const auto real = reinterpret_cast<decltype(&SQLConnect)>(dlsym(RTLD_NEXT, "SQLConnect"));
   if (real == nullptr) return SQL_ERROR;
-  // psqlodbc changes the locale of the whole process for a moment while it connects, which no two threads may do at
-  // once. A silent server keeps others waiting here no longer than its own attempt may take.
-  static std::mutex oneAtATime;
-  const std::lock_guard<std::mutex> lock(oneAtATime);
-  const SQLRETURN result = real(connection, source, sourceLength, user, userLength, password, passwordLength);
+  const SQLRETURN result = zrhost::ConnectScope::attempt(
+      [&] { return real(connection, source, sourceLength, user, userLength, password, passwordLength); });
   try {
     zrhost::t_connect = SQL_SUCCEEDED(result) ? zrhost::Diagnostic() : zrhost::diagnosticOf(SQL_HANDLE_DBC, connection);
   } catch (...) {  // no memory for an explanation

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <random>
@@ -10,6 +11,7 @@
 
 #include "host/base/strict_number.h"
 #include "host/base/terminal_text.h"
+#include "host/database/connect_turn_internal.h"
 #include "host/database/odbc_diagnostic_internal.h"
 #include "host/database/sql_directory.h"
 #include "host/log/LibraryErrors.h"
@@ -125,9 +127,8 @@ void Source::openPool() {
   SilenceWatch::Waiter waiter(m_watch);
   const std::string& dsn = m_dataSource.name();
   try {
-    waiter.whileConnecting([&] {
-      m_pool.init(dsn.c_str(), options.poolSize, dsn.c_str(), options.user.c_str(), m_dataSource.password().c_str());
-    });
+    const ConnectScope scope(m_dataSource.isSqlite(), waiter);
+    m_pool.init(dsn.c_str(), options.poolSize, dsn.c_str(), options.user.c_str(), m_dataSource.password().c_str());
   } catch (const char* thrown) {
     throw connectFailure(place(), connectDiagnostic(), thrown);
   }
@@ -168,7 +169,8 @@ ZrDbConnect* Source::lend() {
     forgetConnectDiagnostic();
     takeLibraryErrors();
     try {
-      return waiter.whileConnecting([this] { return m_pool.getConnect(); });
+      const ConnectScope scope(m_dataSource.isSqlite(), waiter);
+      return m_pool.getConnect();
     } catch (const char* thrown) {
       if (!connectDiagnostic().text.empty()) throw connectFailure(place(), connectDiagnostic(), thrown);
       throw HostError(ErrorKind::kUnreachable,
@@ -209,7 +211,7 @@ void Session::execute(const std::string& sql) {
   m_rows = 0;
   m_begun = Clock::now();
   try {
-    if (m_source.isSqlite()) waitForLocks();
+    if (m_source.isSqlite()) waitForLocks(sql);
     m_waiter.during([&] { m_connection->executeSQL(sql.c_str(), ZrDbConnect::SQLTYPE_ANSI); });
   } catch (const char* thrown) {
     fail(diagnosticOf(SQL_HANDLE_STMT, m_connection->m_hstmt), thrown);
@@ -218,10 +220,11 @@ void Session::execute(const std::string& sql) {
 }
 
 // SQLite counts its wait for each statement anew, so it is told what is left.
-void Session::waitForLocks() {
+void Session::waitForLocks(const std::string& sql) {
   constexpr int least = 100;
-  const int left = std::max(m_lockWait, least);
-  if (m_lockSet >= 0 && m_lockSet - left < least) return;
+  // The driver waits twice for a transaction to begin.
+  const int left = std::max(lowerCase(sql.substr(0, 5)) == "begin" ? m_lockWait / 2 : m_lockWait, least);
+  if (m_lockSet >= 0 && std::abs(m_lockSet - left) < least) return;
   executeDirect(*m_connection, "PRAGMA busy_timeout = " + std::to_string(left));
   m_lockSet = left;
 }

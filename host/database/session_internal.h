@@ -101,7 +101,7 @@ class Session {
   void beginStatement(const std::string& name);
   void endStatement();
   void execute(const std::string& sql);
-  void waitForLocks();
+  void waitForLocks(const std::string& sql);
   const char* value(const char* column);
   [[noreturn]] void fail(const Diagnostic& diagnostic, const char* thrown);
   HostError missingTable(const Diagnostic& diagnostic, const char* thrown);

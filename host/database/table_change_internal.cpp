@@ -1,14 +1,18 @@
 #include "host/database/table_change_internal.h"
 
+#include <initializer_list>
 #include <limits>
+#include <string_view>
 
 #include "host/base/strict_number.h"
 
 namespace zrhost {
 namespace {
 
-void append(std::string& list, const char* separator, const std::string& item) {
-  list += (list.empty() ? "" : separator) + item;
+void append(std::string& list, const char* separator, std::initializer_list<std::string_view> item) {
+  if (!list.empty()) list += separator;
+  for (const std::string_view part : item)
+    list += part;
 }
 
 }  // namespace
@@ -17,15 +21,15 @@ TableChange::TableChange(Session& session, PolicyTable table)
     : m_session(session), m_table(formatOf(table).name), m_staged(formatOf(table).member) {
   for (const PolicyColumn& column : formatOf(table).columns) {
     const std::string name = column.name;
-    append(m_columns, ", ", name);
-    append(m_stagedColumns, ", ", "s." + name);
-    append(m_tableColumns, ", ", "t." + name);
+    append(m_columns, ", ", {name});
+    append(m_stagedColumns, ", ", {"s.", name});
+    append(m_tableColumns, ", ", {"t.", name});
     if (column.isKey) {
       m_keyColumn = name;
-      append(m_key, ", ", name);
-      append(m_keysEqual, " AND ", "t." + name + " = s." + name);
+      append(m_key, ", ", {name});
+      append(m_keysEqual, " AND ", {"t.", name, " = s.", name});
     } else {
-      append(m_settings, ", ", name + " = s." + name);
+      append(m_settings, ", ", {name, " = s.", name});
     }
   }
 }

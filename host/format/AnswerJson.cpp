@@ -26,6 +26,13 @@ Json jsonOf(const AnswerResult& result) {
           {"rule", jsonOf(result.rule)}};
 }
 
+Json jsonOf(const Answer& answer) {
+  Json results = Json::array();
+  for (const AnswerResult& result : answer)
+    results.push_back(jsonOf(result));
+  return results;
+}
+
 std::string textOf(const Json& document) {
   return document.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
@@ -33,10 +40,11 @@ std::string textOf(const Json& document) {
 }  // namespace
 
 std::string answerJson(const Answer& answer, std::uint32_t generation, std::int64_t revision) {
-  Json results = Json::array();
-  for (const AnswerResult& result : answer)
-    results.push_back(jsonOf(result));
-  return textOf({{"generation", generation}, {"revision", revision}, {"results", std::move(results)}});
+  return textOf({{"generation", generation}, {"revision", revision}, {"results", jsonOf(answer)}});
+}
+
+std::string resultsJson(const Answer& answer) {
+  return textOf(jsonOf(answer));
 }
 
 std::string errorJson(std::string_view text, std::uint64_t line) {

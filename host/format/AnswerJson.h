@@ -17,6 +17,9 @@ namespace zrhost {
 // the name of the entity type ("USER"), "ldap_setting" true or false. Bytes that are no UTF-8 become U+FFFD.
 std::string answerJson(const Answer& answer, std::uint32_t generation, std::int64_t revision);
 
+// The list of "results" alone.
+std::string resultsJson(const Answer& answer);
+
 // What stands for an answer when the question of line `line` was none: {"error": TEXT, "line": N}.
 std::string errorJson(std::string_view text, std::uint64_t line);
 

@@ -10,6 +10,7 @@
 
 #include "host/base/HostError.h"
 #include "host/base/strict_number.h"
+#include "host/load/SqlLink.h"
 #include "host/load/SqlRule.h"
 
 namespace zrhost {
@@ -87,9 +88,13 @@ std::unique_ptr<SqlRule> makeRule(RuleRow& row) {
   return rule;
 }
 
-std::unique_ptr<ZrEPLink> makeLink(LinkRow& row) {
-  auto link = std::make_unique<ZrEPLink>();
-  number(row.linkId, "link_id");
+std::unique_ptr<ZrEPLink> newLink(std::int32_t linkId, bool keepsId) {
+  if (keepsId) return std::make_unique<SqlLink>(linkId);
+  return std::make_unique<ZrEPLink>();
+}
+
+std::unique_ptr<ZrEPLink> makeLink(LinkRow& row, bool keepsId) {
+  auto link = newLink(number(row.linkId, "link_id"), keepsId);
   link->m_entityType = static_cast<ZrPolicyCache::EntityType>(number(row.entityType, "entity_type"));
   link->m_policyId = number(row.policyId, "policy_id");
   link->m_priority = number(row.priority, "priority");
@@ -164,7 +169,7 @@ void CacheSink::onRule(RuleRow& row) {
 
 void CacheSink::onLink(LinkRow& row) {
   const auto fault = faultOf([&] {
-    auto link = makeLink(row);
+    auto link = makeLink(row, m_options.keepLinkIds);
     m_cache.addEPLink(link.get());
     ++m_report.linksByType.at(static_cast<std::size_t>(link.release()->m_entityType));
   });

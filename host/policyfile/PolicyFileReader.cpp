@@ -16,8 +16,8 @@ bool isJson(std::string_view line) {
   return first != std::string_view::npos && line[first] == '{';
 }
 
-std::unique_ptr<LineReader> openAtFirstLine(const std::string& path) {
-  auto lines = std::make_unique<LineReader>(path);
+std::unique_ptr<LineReader> openAtFirstLine(const std::string& path, int descriptor = -1) {
+  auto lines = std::make_unique<LineReader>(path, descriptor);
   if (!lines->next()) {
     throw HostError(ErrorKind::kBadRow, terminalText(lines->place().file) + ": empty, so it is no policy file");
   }
@@ -40,7 +40,7 @@ struct PolicyFileReader::Parts {
 };
 
 void PolicyFileReader::Parts::openFile(const std::string& path) {
-  auto lines = openAtFirstLine(path);
+  auto lines = openAtFirstLine(path, options.descriptor);
   files.push_back(lines.get());
   if (!isJson(lines->line())) return openCsv(std::move(lines), std::nullopt);
   streams.push_back(std::make_unique<JsonLinesStream>(std::move(lines)));
@@ -99,7 +99,7 @@ PolicyFileReader::PolicyFileReader(const std::string& path, const PolicyFileOpti
     : m_parts(std::make_unique<Parts>()) {
   m_parts->options = options;
   std::error_code unknown;
-  const bool isFolder = path != "-" && std::filesystem::is_directory(path, unknown);
+  const bool isFolder = path != "-" && options.descriptor < 0 && std::filesystem::is_directory(path, unknown);
   isFolder ? m_parts->openFolder(path) : m_parts->openFile(path);
 }
 

@@ -27,6 +27,9 @@ struct PolicyFileOptions {
   // Whether a row whose values no table takes (a number out of range, a missing value) is a fault. Otherwise it is
   // delivered as it stands, to be judged by somebody else; what is no row at all is a fault either way.
   bool judgeValues = true;
+  // A file that is open already and is read from its start in place of `path`, which only names it; it stays the
+  // caller's and open. -1 for none.
+  int descriptor = -1;
 };
 
 // Reads a policy file: JSON Lines; a folder of the four CSV files; one CSV file of one table, told by its header line,

@@ -41,7 +41,7 @@ class Collector : public PlacedRowSink {
 PolicyFileSource::PolicyFileSource(std::string path, std::function<void(const RowFault&)> onFault)
     : m_path(std::move(path)), m_onFault(std::move(onFault)) {}
 
-Revision PolicyFileSource::read(RowSink& sink) {
+Revision PolicyFileSource::readInto(RowSink& sink, void (HeldRows::*push)(RowSink&, RowPlace&)) {
   Collector collector(m_onFault);
   PolicyFileReader(m_path, {.judgeValues = false}).read(collector);
   if (collector.faults > 0) {
@@ -51,8 +51,16 @@ Revision PolicyFileSource::read(RowSink& sink) {
   }
   Revision revision;
   sink.onRevision(revision);
-  collector.rows.push(sink, m_place);
+  (collector.rows.*push)(sink, m_place);
   return revision;
+}
+
+Revision PolicyFileSource::read(RowSink& sink) {
+  return readInto(sink, &HeldRows::push);
+}
+
+Revision PolicyFileSource::readByKey(RowSink& sink) {
+  return readInto(sink, &HeldRows::pushByKey);
 }
 
 }  // namespace zrhost

@@ -9,6 +9,8 @@
 
 namespace zrhost {
 
+class HeldRows;
+
 // A policy file as a source of rows, for all that takes the rows of a database: loading, checking, comparing.
 //
 // The rows are read as a whole, held in some 50 bytes each beside their texts, sorted, and pushed in the order that
@@ -24,10 +26,15 @@ class PolicyFileSource : public RowSource {
   // number, before any row is pushed. Standard input can be read once.
   Revision read(RowSink& sink) override;
 
+  // The same, with the links in ascending link_id, as PolicyDatabase::readByKey has them.
+  Revision readByKey(RowSink& sink);
+
   // Where the row that is being pushed stands; the object stays the same for the life of the source.
   const RowPlace& place() const { return m_place; }
 
  private:
+  Revision readInto(RowSink& sink, void (HeldRows::*push)(RowSink&, RowPlace&));
+
   std::string m_path;
   std::function<void(const RowFault&)> m_onFault;
   RowPlace m_place;

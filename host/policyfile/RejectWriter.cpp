@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/base/terminal_text.h"
+#include "host/base/utf8.h"
 #include "host/policyfile/base64_text_internal.h"
 #include "host/policyfile/csv_folder_internal.h"
 #include "host/policyfile/csv_stream_internal.h"

@@ -1,15 +1,10 @@
 #include "host/policyfile/base64_text_internal.h"
 
 #include <memory>
-#include <simdjson.h>
 
 #include "support/base64.h"
 
 namespace zrhost {
-
-bool isUtf8(std::string_view text) {
-  return simdjson::validate_utf8(text.data(), text.size());
-}
 
 std::string base64Of(std::string_view bytes) {
   std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0');

@@ -9,8 +9,6 @@ namespace zrhost {
 // The name of the member or column that holds a text in Base64 is that of the text with this behind it.
 inline constexpr std::string_view kBase64Suffix = "_base64";
 
-bool isUtf8(std::string_view text);
-
 std::string base64Of(std::string_view bytes);
 
 // The bytes that a text stands for; nothing when it is no Base64 to the letter (RFC 4648, padded, unused bits zero), so

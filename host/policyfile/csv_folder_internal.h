@@ -3,8 +3,8 @@
 #include <deque>
 #include <string>
 
-#include "host/rows/PolicyTable.h"
 #include "host/policyfile/output_file_internal.h"
+#include "host/rows/PolicyTable.h"
 
 namespace zrhost {
 

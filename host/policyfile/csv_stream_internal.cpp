@@ -7,6 +7,7 @@
 
 #include "host/base/strict_number.h"
 #include "host/base/terminal_text.h"
+#include "host/base/utf8.h"
 #include "host/policyfile/base64_text_internal.h"
 #include "policy/ZrEntityType.h"
 

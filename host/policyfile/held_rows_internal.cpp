@@ -146,6 +146,17 @@ void HeldRows::unpack(PolicyTable table, const Entry& entry, RowPlace& place) {
 
 void HeldRows::push(RowSink& sink, RowPlace& place) {
   giveLinkIds();
+  pushInOrder(sink, place);
+}
+
+void HeldRows::pushByKey(RowSink& sink, RowPlace& place) {
+  giveLinkIds();
+  for (Entry& link : m_entries[static_cast<std::size_t>(PolicyTable::kLink)])
+    link.first = 0;  // the priorities
+  pushInOrder(sink, place);
+}
+
+void HeldRows::pushInOrder(RowSink& sink, RowPlace& place) {
   for (std::size_t i = 0; i < kPolicyTables; ++i) {
     const auto table = static_cast<PolicyTable>(i);
     sort(table);

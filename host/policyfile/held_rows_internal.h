@@ -16,8 +16,10 @@ class HeldRows {
  public:
   void add(PolicyTable table, std::span<Field* const> fields, const RowPlace& place);
 
-  // Sorts the rows as RowSink wants them and pushes them; `place` tells where the one being pushed stands.
+  // Sorts the rows as RowSink wants them, or with the links in ascending link_id, and pushes them; `place` tells where
+  // the one being pushed stands.
   void push(RowSink& sink, RowPlace& place);
+  void pushByKey(RowSink& sink, RowPlace& place);
 
  private:
   // A row by its place in m_bytes, with its key as numbers (of a member none).
@@ -28,6 +30,7 @@ class HeldRows {
   };
 
   void giveLinkIds();
+  void pushInOrder(RowSink& sink, RowPlace& place);
   void sort(PolicyTable table);
   bool isBefore(PolicyTable table, const Entry& a, const Entry& b) const;
   void unpack(PolicyTable table, const Entry& entry, RowPlace& place);

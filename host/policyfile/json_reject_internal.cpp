@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/base/utf8.h"
 #include "host/policyfile/base64_text_internal.h"
 #include "host/policyfile/json_line_internal.h"
 #include "host/policyfile/row_format_internal.h"

@@ -17,9 +17,11 @@ namespace {
 constexpr std::size_t kChunk = std::size_t{256} << 10U;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-FileDescriptor openFile(const std::string& path) {
-  FileDescriptor descriptor(path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+FileDescriptor openFile(const std::string& path, int given) {
+  const int copied = given < 0 && path == "-" ? STDIN_FILENO : given;
+  FileDescriptor descriptor(copied >= 0 ? fcntl(copied, F_DUPFD_CLOEXEC, 0)
                                         : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+  if (given >= 0) lseek(given, 0, SEEK_SET);
   if (descriptor) return descriptor;
   const bool isMissing = errno == ENOENT || errno == ENOTDIR;
   throw HostError(isMissing ? ErrorKind::kNoInput : ErrorKind::kInputOutput,
@@ -32,8 +34,10 @@ void failTooLong(const RowPlace& place) {
   failAt(place, "longer than " + std::to_string(kMostLineBytes) + " bytes, which no line of a policy file is");
 }
 
-LineReader::LineReader(const std::string& path)
-    : m_descriptor(openFile(path)), m_place{path == "-" ? "standard input" : path, 0}, m_buffer(kChunk + kPadding) {
+LineReader::LineReader(const std::string& path, int descriptor)
+    : m_descriptor(openFile(path, descriptor)),
+      m_place{path == "-" ? "standard input" : path, 0},
+      m_buffer(kChunk + kPadding) {
   struct stat status = {};
   if (fstat(m_descriptor.get(), &status) == 0 && S_ISREG(status.st_mode)) {
     m_size = static_cast<std::uint64_t>(status.st_size);

@@ -15,8 +15,8 @@ namespace zrhost {
 // file's name: kNoInput, kInputOutput, and kBadRow for a line of more than kMostLineBytes.
 class LineReader {
  public:
-  // "-" is standard input.
-  explicit LineReader(const std::string& path);
+  // "-" is standard input. With a descriptor the open file that it is of is read from its start.
+  explicit LineReader(const std::string& path, int descriptor = -1);
 
   // Goes to the next line; false at the end.
   bool next();

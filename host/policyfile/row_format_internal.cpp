@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <csv.h>
 
+#include "host/base/utf8.h"
 #include "host/policyfile/base64_text_internal.h"
 #include "host/policyfile/csv_stream_internal.h"
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <span>
 #include <string>
@@ -37,7 +38,48 @@ struct NumberKind {
   std::string limits() const;
 };
 
-using SettingKind = std::variant<TextKind, NumberKind>;
+// "yes" or "no".
+struct SwitchKind {
+  static constexpr bool kEmptyCounts = true;
+  bool& (*member)(Options&);
+
+  std::optional<std::string> store(std::string_view text, Options& options) const;
+  std::string shown(Options& options) const { return member(options) ? "yes" : "no"; }
+  std::string limits() const { return "yes or no"; }
+};
+
+// Words, parted by blanks or commas. An empty text is an empty list.
+struct ListKind {
+  static constexpr bool kEmptyCounts = true;
+  TextList& (*member)(Options&);
+
+  std::optional<std::string> store(std::string_view text, Options& options) const;
+  std::string shown(Options& options) const;
+  std::string limits() const { return {}; }
+};
+
+// One of a few words.
+struct WordKind {
+  static constexpr bool kEmptyCounts = true;
+  std::string& (*member)(Options&);
+  std::array<const char*, 2> words;
+
+  std::optional<std::string> store(std::string_view text, Options& options) const;
+  std::string shown(Options& options) const { return member(options); }
+  std::string limits() const { return std::string(words[0]) + " or " + words[1]; }
+};
+
+// A text that may be empty, which then means what its help says.
+struct AnyTextKind {
+  static constexpr bool kEmptyCounts = true;
+  std::string& (*member)(Options&);
+
+  std::optional<std::string> store(std::string_view text, Options& options) const;
+  std::string shown(Options& options) const { return member(options); }
+  std::string limits() const { return {}; }
+};
+
+using SettingKind = std::variant<TextKind, NumberKind, SwitchKind, ListKind, WordKind, AnyTextKind>;
 
 // How a command line gives a setting; no name: it cannot.
 struct SettingOption {

@@ -69,21 +69,33 @@ PostgresServer& PostgresServer::shared() {
   return server;
 }
 
-PostgresServer::PostgresServer() {
-  if (geteuid() == 0) {
-    const passwd* user = getpwnam(kUser);
-    if (user == nullptr || chown(m_folder.path().c_str(), user->pw_uid, user->pw_gid) != 0) {
-      throw std::runtime_error("cannot hand the data folder to the user postgres");
-    }
+void PostgresServer::ownFolder() {
+  if (geteuid() != 0) return;
+  const passwd* user = getpwnam(kUser);
+  if (user == nullptr || chown(m_folder.path().c_str(), user->pw_uid, user->pw_gid) != 0) {
+    throw std::runtime_error("cannot hand the data folder to the user postgres");
   }
-  const std::string log = m_folder.file("initdb.log");
-  const int status = waitFor(spawn({programFolder() + "/initdb", "-D", m_folder.file("data"), "-U", kUser, "-A",
-                                    "trust", "--no-sync", "-E", "UTF8", "--locale=C"},
-                                   log));
-  if (status != 0) throw std::runtime_error("initdb failed: " + readFile(log));
+}
+
+void PostgresServer::runOnce(const std::vector<std::string>& command) const {
+  const std::string log = m_folder.file("setup.log");
+  if (waitFor(spawn(command, log)) != 0) throw std::runtime_error(command.front() + " failed: " + readFile(log));
+}
+
+PostgresServer::PostgresServer() {
+  ownFolder();
+  runOnce({programFolder() + "/initdb", "-D", m_folder.file("data"), "-U", kUser, "-A", "trust", "--no-sync", "-E",
+           "UTF8", "--locale=C"});
   // The first line that fits decides: the administrator comes in as he is, everyone else is asked for a password.
   m_folder.write("data/pg_hba.conf",
-                 "local all postgres trust\nlocal all barred reject\nlocal all all scram-sha-256\n");
+                 "local all,replication postgres trust\nlocal all barred reject\nlocal all all scram-sha-256\n");
+  start();
+}
+
+PostgresServer::PostgresServer(const PostgresServer& primary) {
+  ownFolder();
+  runOnce({programFolder() + "/pg_basebackup", "-D", m_folder.file("data"), "-h", primary.socketFolder(), "-U", kUser,
+           "-R", "-c", "fast", "--no-sync"});
   start();
 }
 
@@ -112,6 +124,10 @@ void PostgresServer::stop(bool crash) {
   kill(m_pid, crash ? SIGQUIT : SIGINT);
   waitFor(m_pid);
   m_pid = -1;
+}
+
+void PostgresServer::promote() {
+  run("postgres", "SELECT pg_promote()");
 }
 
 std::string PostgresServer::createDatabase() {

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 #include "common/temp_folder.h"
 
@@ -19,20 +20,26 @@ class PostgresServer {
   static PostgresServer& shared();
 
   PostgresServer();
+  // A standby of that one, by streaming replication; answers questions, takes no changes.
+  explicit PostgresServer(const PostgresServer& primary);
   ~PostgresServer();
-  PostgresServer(const PostgresServer&) = delete;
   PostgresServer& operator=(const PostgresServer&) = delete;
 
   std::string socketFolder() const { return m_folder.path().string(); }
   void start();
   // Ends the server; `crash` does so without a word to its clients' transactions.
   void stop(bool crash = false);
+  // Makes a standby a primary, and waits until it takes changes.
+  void promote();
   // A new, empty database of a name of its own.
   std::string createDatabase();
   // Runs statements through psql; answers what it printed, unaligned and without headers. Throws with psql's message.
   std::string run(const std::string& database, const std::string& sql) const;
 
  private:
+  void ownFolder();
+  void runOnce(const std::vector<std::string>& command) const;
+
   TempFolder m_folder;
   pid_t m_pid = -1;
   int m_databases = 0;

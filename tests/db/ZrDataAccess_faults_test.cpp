@@ -58,9 +58,14 @@ TEST_F(Pool, BrokenConnectionStaysUntilItsReplacementConnects) {
   pool.returnConnect(connection);
   odbc.faults = {{"Connect", {1, SQL_ERROR}}};
   EXPECT_EQ(borrow(), "Failed to create connection.");
-  failing = {sizeof(ZrDbConnect)};
-  EXPECT_EQ(borrow(), "Failed to allocate ZrDbConnect instance.");
+  const std::string longName(100, 'x');
+  failing = {1};
+  for (int times = 0; times < 70; ++times)  // the queue needs memory now and then
+    EXPECT_EQ(borrow(), "Failed to allocate ZrDbConnect instance.");
+  EXPECT_EQ(thrown([&] { pool.init("", 1, "other", "other", longName.c_str()); }),
+            "Failed to allocate ZrDbConnect instance.");
   failing = {};
+  EXPECT_EQ(pool.m_dsn, source) << "it goes on with what it had";
   EXPECT_EQ(pool.m_deqIdleConnect.back(), connection);
   EXPECT_EQ(borrow(), "");
   EXPECT_TRUE(connection->getConnID() == 1 && connection->getState() == 2);

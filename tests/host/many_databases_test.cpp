@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <thread>
 
+#include "common/fake_server.h"
 #include "host/host_test_support.h"
 
 using testing::HasSubstr;
@@ -47,6 +48,31 @@ TEST(ManyDatabases, AreMadeAndReadInManyThreadsAtOnce) {
   EXPECT_EQ(wrong, 0);
   EXPECT_EQ(kept.revision().revision, 1);
   EXPECT_EQ(std::getenv("ODBCINI"), variable) << "a thread may have been reading it";
+}
+
+// The driver waits for a server that has let it in without a limit: nobody else may have to.
+TEST(ManyDatabases, ServerThatFallsSilentBehindTheLoginKeepsNobodyElseWaiting) {
+  const auto place = makePostgresPlace();
+  PolicyDatabase::init(place->options(), {});
+  auto server = std::make_unique<FakeServer>(FakeServer::kLetIn);
+  OdbcEntries entries;
+  entries.addPostgres("fallsSilent", server->socketFolder(), "postgres");
+  entries.addPostgres("goesOn", PostgresServer::shared().socketFolder(), place->options().dsn);
+  auto silent = place->options(), watched = silent;
+  silent.dsn = "fallsSilent";
+  std::thread waiting([&] { EXPECT_ANY_THROW(PolicyDatabase{silent}); });
+  while (server->answered() == 0)
+    std::this_thread::yield();
+  watched.dsn = "goesOn";
+  watched.readTimeout = 1;
+  watched.connectTimeout = 1;
+  watched.onSilence = [](const std::string& text) {
+    ADD_FAILURE() << text;
+    std::abort();
+  };
+  EXPECT_EQ(failureOf([&] { PolicyDatabase(watched).revision(); }).text, "");
+  server.reset();
+  waiting.join();
 }
 
 TEST(ManyDatabases, PasswordsOfDataSourcesStayWhereTheyAre) {

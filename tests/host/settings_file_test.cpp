@@ -28,7 +28,7 @@ class SettingsFile : public testing::Test {
   SettingsRequest request(const std::string& text, const std::map<std::string, std::string>& options = {}) {
     SettingsRequest request{m_folder.write("zr.conf", text), {}};
     for (const auto& setting : zrhost::settingDefinitions()) {
-      const auto given = options.find(setting.option.name);
+      const auto given = setting.option.name == nullptr ? options.end() : options.find(setting.option.name);
       if (given != options.end()) request.given[&setting] = given->second;
     }
     return request;

@@ -1,0 +1,5 @@
+CREATE TEMP TABLE new_link (
+  place BIGINT NOT NULL,
+  number BIGINT NOT NULL,
+  PRIMARY KEY (place)
+) ON COMMIT DROP

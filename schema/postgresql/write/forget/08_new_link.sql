@@ -1,0 +1,1 @@
+DROP TABLE pg_temp.new_link

@@ -1,0 +1,156 @@
+#include "service/Answerer.h"
+
+#include <string_view>
+
+#include "service/DecisionLog.h"
+#include "support/PolicyLog.h"
+
+namespace zrservice {
+namespace {
+
+using Kind = zrlive::Question::Kind;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::string_view kShadowAction = "DUNNO";
+
+void appendPolicyReply(std::string& out, std::string_view action) {
+  out.append("action=").append(action).append("\n\n");
+}
+
+struct MapName {
+  std::string_view name;
+  Kind kind;
+};
+constexpr MapName kMaps[] = {{"user", Kind::kUser},       {"group", Kind::kGroup}, {"host", Kind::kHost},
+                             {"address", Kind::kAddress}, {"other", Kind::kOther}, {"default", Kind::kDefault}};
+
+}  // namespace
+
+const Rules& Answerer::rules() {
+  const std::uint64_t change = m_desk.change();
+  if (change != m_change) {
+    m_rules = m_desk.rules();
+    m_change = change;
+  }
+  return *m_rules;
+}
+
+Verdict Answerer::decide() {
+  const zrlive::LiveState state = m_desk.policies().state();
+  const zrhost::ServiceSection& settings = m_rules->service;
+  if (state == zrlive::LiveState::kReady) m_lease = m_desk.policies().lease();
+  if (!m_lease) return verdictWithout(state, settings);
+  m_lease->ask(m_question, m_answer);
+  return verdictFor(m_answer, settings);
+}
+
+void Answerer::noteFault(const Verdict& verdict) {
+  if (verdict.reason() != Verdict::Reason::kFault) return;
+  const std::uint64_t before = m_counters.faultyActions.fetch_add(1, std::memory_order_relaxed);
+  if (before % 1000 != 0) return;  // one line in a thousand: a faulty policy may apply to every mail
+  PolicyLog::log(PolicyLog::LEVEL_ERROR,
+                 "policy %d has an action that cannot be sent (empty, longer than 900 bytes, or with a line break); "
+                 "see zrpolicy check",
+                 static_cast<int>(m_answer[0].policyId));
+}
+
+void Answerer::decideAndReply(const PolicyRequest& request, std::string& out) {
+  const auto begun = Clock::now();
+  m_counters.policyRequests.fetch_add(1, std::memory_order_relaxed);
+  m_counters.ipv6Addresses.fetch_add(rules().questions.ask(request, m_question), std::memory_order_relaxed);
+  m_answer.clear();
+  const Verdict verdict = decide();
+  noteFault(verdict);
+  const std::string_view sent = m_rules->service.shadow ? kShadowAction : verdict.action();
+  appendPolicyReply(out, sent);
+  m_counters.countAnswer(sent);
+  const auto taken = Clock::now() - begun;
+  m_counters.latency.add(taken);
+  if (m_desk.log() != nullptr)
+    m_desk.log()->note({request, m_question, m_answer, m_lease.get(), verdict.action(), taken});
+  m_lease.reset();
+}
+
+void Answerer::answer(const PolicyRequest& request, std::string& out) noexcept {
+  const std::size_t before = out.size();
+  try {
+    decideAndReply(request, out);
+  } catch (...) {  // no memory: the mail has to wait for better times
+    m_lease.reset();
+    out.resize(before);
+    refuse(request, out);
+  }
+}
+
+void Answerer::refuse(const PolicyRequest&, std::string& out) noexcept {
+  try {
+    const zrhost::ServiceSection& settings = rules().service;
+    appendPolicyReply(out, settings.shadow ? kShadowAction : std::string_view(settings.unavailableAction));
+  } catch (...) {  // the connection is closed without an answer, which Postfix takes for a reason to wait
+  }
+}
+
+bool Answerer::takeQuestion(const SocketmapRequest& request) {
+  for (const MapName& map : kMaps) {
+    if (map.name != request.map()) continue;
+    m_question.clear();
+    const std::string_view key = map.kind == Kind::kAddress ? withoutMapping(request.key()) : request.key();
+    const bool isAsked = map.kind == Kind::kAddress ? zrlive::Question::isAddress(key) : !key.empty();
+    if (map.kind == Kind::kDefault) {
+      m_question.addDefault();
+    } else if (isAsked) {
+      m_question.add(map.kind, key);
+    } else if (map.kind == Kind::kAddress && isIpv6(key)) {
+      m_counters.ipv6Addresses.fetch_add(1, std::memory_order_relaxed);
+    }
+    return true;
+  }
+  return false;
+}
+
+std::string Answerer::replyTo(const SocketmapRequest& request) {
+  m_counters.socketmapRequests.fetch_add(1, std::memory_order_relaxed);
+  rules();
+  m_answer.clear();
+  if (!takeQuestion(request)) return "PERM unknown map, ask user, group, host, address, other or default";
+  const Verdict verdict = decide();
+  noteFault(verdict);
+  switch (verdict.reason()) {
+    case Verdict::Reason::kResult:
+      return m_rules->service.shadow ? "NOTFOUND " : "OK " + std::string(verdict.action());
+    case Verdict::Reason::kNoMatch:
+      return "NOTFOUND ";
+    case Verdict::Reason::kFault:
+      return "TEMP policy data error";
+    case Verdict::Reason::kStale:
+      return "TEMP policies are too old";
+    case Verdict::Reason::kUnavailable:
+      break;
+  }
+  return "TEMP policy service is not ready";
+}
+
+void Answerer::answer(const SocketmapRequest& request, std::string& out) noexcept {
+  const std::size_t before = out.size();
+  try {
+    const auto begun = Clock::now();
+    const std::string reply = replyTo(request);
+    m_lease.reset();
+    appendNetstring(out, reply);
+    m_counters.countAnswer(std::string_view(reply).substr(0, reply.find(' ')));
+    m_counters.latency.add(Clock::now() - begun);
+  } catch (...) {
+    m_lease.reset();
+    out.resize(before);
+    refuse(request, out);
+  }
+}
+
+void Answerer::refuse(const SocketmapRequest&, std::string& out) noexcept {
+  try {
+    appendNetstring(out, "TEMP policy service is not ready");
+  } catch (...) {
+  }
+}
+
+}  // namespace zrservice

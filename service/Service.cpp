@@ -1,0 +1,298 @@
+#include "service/Service.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#include "host/base/HostError.h"
+#include "host/base/terminal_text.h"
+#include "host/log/LogSink.h"
+#include "host/settings/Settings.h"
+#include "service/Admin.h"
+#include "service/Answerer.h"
+#include "service/DecisionLog.h"
+#include "service/Identity.h"
+#include "service/ListenSocket.h"
+#include "service/Server.h"
+#include "service/SystemdSockets.h"
+#include "support/PolicyLog.h"
+
+namespace zrservice {
+namespace {
+
+using std::chrono::seconds;
+using zrhost::Options;
+
+constexpr int kLeastLogLevel = PolicyLog::LEVEL_WARNING;  // a service that says nothing of its faults helps nobody
+constexpr int kMostThreads = 4;
+constexpr seconds kLongestStart{5};
+constexpr timespec kMoment{0, 10'000'000};
+
+zrhost::Settings readSettings(const std::string& configFile) {
+  zrhost::SettingsRequest request;
+  request.configFile = configFile;
+  return zrhost::Settings(request);
+}
+
+// What a settings file says that cannot be served by, before anything is done.
+void requireService(const Options& options) {
+  requireActions(options.service);
+  requireSocketSettings(options.service);
+  DecisionLog::requireSettings(options.service);
+  for (const auto& [name, list] : {std::pair("[service] listen", &options.service.listen),
+                                   std::pair("[service] socketmap", &options.service.socketmap)}) {
+    for (const std::string& text : *list)
+      parseListenAddress(text, name, options.service.allowRemote);
+  }
+  for (const std::string& text : options.admin.listen)
+    parseListenAddress(text, "[admin] listen", false);
+}
+
+zrlive::LiveOptions liveOptions(const zrhost::Settings& settings) {
+  const zrhost::DatabaseOptions database = settings.database();
+  const zrhost::ServiceSection& service = settings.options().service;
+  zrlive::LiveOptions live;
+  live.databaseFile = database.file;
+  live.dataSource = database.dsn;
+  live.user = database.user;
+  live.password = database.password;
+  live.sqlDirectory = database.sqlDirectory;
+  live.connectTimeout = seconds(database.connectTimeout);
+  live.readTimeout = seconds(database.readTimeout);
+  live.poll = seconds(service.poll);
+  live.reloadInterval = seconds(service.reloadInterval);
+  live.keepInterval = seconds(service.keepInterval);
+  live.maxAge = seconds(service.maxAge);
+  live.stateFolder = service.stateFolder;
+  return live;
+}
+
+void say(const std::string& text) {
+  std::fprintf(stderr, "zrpolicyd: %s\n", text.c_str());
+}
+
+void sayWarnings(const zrhost::Settings& settings) {
+  for (const std::string& warning : settings.warnings())
+    say("warning: " + warning);
+  for (const std::string& warning : QuestionRules(settings.options().questions).warnings())
+    say("warning: " + warning);
+}
+
+int threadsOf(const zrhost::ServiceSection& service) {
+  if (service.threads > 0) return service.threads;
+  return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostThreads);
+}
+
+// As many connections as the settings allow, and what the service needs beside them.
+void raiseDescriptorLimit(const zrhost::ServiceSection& service) {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  const rlim_t wanted = static_cast<rlim_t>(service.maxConnections) + 512;
+  if (limit.rlim_cur >= wanted) return;
+  limit.rlim_cur = std::min(wanted, limit.rlim_max);
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+sigset_t handledSignals() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int number : {SIGHUP, SIGTERM, SIGINT})
+    sigaddset(&set, number);
+  return set;
+}
+
+struct Sockets {
+  std::vector<ListenSocket> policy, socketmap, admin;
+};
+
+void openMissing(std::vector<ListenSocket>& sockets, const zrhost::TextList& addresses, const char* title,
+                 bool allowRemote, const zrhost::ServiceSection& service) {
+  if (!sockets.empty()) return;
+  for (const std::string& text : addresses)
+    sockets.emplace_back(parseListenAddress(text, title, allowRemote), service);
+}
+
+Sockets openSockets(const Options& options) {
+  HandedSockets handed = takeHandedSockets();
+  Sockets sockets{std::move(handed.policy), std::move(handed.socketmap), std::move(handed.admin)};
+  const zrhost::ServiceSection& service = options.service;
+  openMissing(sockets.policy, service.listen, "[service] listen", service.allowRemote, service);
+  openMissing(sockets.socketmap, service.socketmap, "[service] socketmap", service.allowRemote, service);
+  openMissing(sockets.admin, options.admin.listen, "[admin] listen", false, service);
+  if (sockets.policy.empty() && sockets.socketmap.empty())
+    throw zrhost::HostError(zrhost::ErrorKind::kUsage, "[service] listen and socketmap are empty: nobody could ask");
+  return sockets;
+}
+
+// The names of settings that a running service cannot change, and that differ.
+std::vector<std::string> restartNeeded(const zrhost::Settings& now, const zrhost::Settings& next) {
+  constexpr std::array kChangeable = {"no_match_action", "unavailable_action", "stale_action",    "fault_action",
+                                      "shadow",          "idle_timeout",       "request_timeout", "shutdown_timeout",
+                                      "max_connections"};
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < now.all().size(); ++i) {
+    const zrhost::SettingDefinition& setting = *now.all()[i].definition;
+    const std::string section = setting.section;
+    const bool isChangeable = section == "questions" || section == "log" ||
+                              (section == "service" && std::ranges::any_of(kChangeable, [&](const char* name) {
+                                 return setting.name == std::string_view(name);
+                               }));
+    if (!isChangeable && now.all()[i].value != next.all()[i].value) names.push_back(setting.title());
+  }
+  return names;
+}
+
+class Running {
+ public:
+  explicit Running(const std::string& configFile) : m_configFile(configFile), m_settings(readSettings(configFile)) {}
+
+  int run();
+
+ private:
+  const Options& options() const { return m_settings.options(); }
+  void start(Sockets sockets);
+  void reload();
+  void applyLogLevel() const { zrhost::setLogLevel(std::max(options().log.level, kLeastLogLevel)); }
+  void serve(const sigset_t& signals);
+  bool drain(const sigset_t& signals);
+  void end(const sigset_t& signals);
+
+  std::string m_configFile;
+  zrhost::Settings m_settings;
+  std::unique_ptr<DecisionLog> m_log;
+  std::unique_ptr<zrlive::LivePolicies> m_policies;
+  std::unique_ptr<Desk> m_desk;
+  std::unique_ptr<Server> m_server;
+  std::unique_ptr<Admin> m_admin;
+};
+
+void Running::start(Sockets sockets) {
+  m_policies = std::make_unique<zrlive::LivePolicies>(liveOptions(m_settings));
+  m_log = DecisionLog::open(options().service);
+  m_desk = std::make_unique<Desk>(*m_policies, std::make_shared<Rules>(options()), m_log.get());
+  m_server = std::make_unique<Server>(*m_desk, threadsOf(options().service));
+  for (ListenSocket& socket : sockets.policy)
+    m_server->listen(std::move(socket), Protocol::kPolicy);
+  for (ListenSocket& socket : sockets.socketmap)
+    m_server->listen(std::move(socket), Protocol::kSocketmap);
+  m_admin = std::make_unique<Admin>(*m_policies, *m_desk, *m_server, m_log.get());
+  for (ListenSocket& socket : sockets.admin)
+    m_admin->listen(std::move(socket));
+  m_policies->start();
+  m_server->start();
+  m_admin->start();
+}
+
+void Running::reload() {
+  if (m_log != nullptr) m_log->reopen();
+  try {
+    zrhost::Settings next = readSettings(m_configFile);
+    requireService(next.options());
+    sayWarnings(next);
+    for (const std::string& name : restartNeeded(m_settings, next))
+      say(name + " has changed, which takes a restart");
+    m_desk->setRules(std::make_shared<Rules>(next.options()));
+    m_settings = std::move(next);
+    applyLogLevel();
+    say("the settings were read again");
+  } catch (const zrhost::HostError& error) {
+    say(std::string(error.what()) + "; the settings stay as they were");
+  }
+}
+
+// Until a signal ends it. It counts as ready when there are policies to answer from, or when there will be none soon.
+void Running::serve(const sigset_t& signals) {
+  using Clock = std::chrono::steady_clock;
+  const auto readyAt = Clock::now() + kLongestStart;
+  for (bool isReady = false;;) {
+    if (!isReady && (m_policies->lease() != nullptr || Clock::now() >= readyAt)) {
+      tellManager("READY=1");
+      isReady = true;
+    }
+    const int number = isReady ? sigwaitinfo(&signals, nullptr) : sigtimedwait(&signals, nullptr, &kMoment);
+    if (number == SIGHUP) reload();
+    if (number == SIGTERM || number == SIGINT) return;
+  }
+}
+
+// Answers what has been asked; false when it is told a second time to end.
+bool Running::drain(const sigset_t& signals) {
+  using Clock = std::chrono::steady_clock;
+  const auto end = Clock::now() + seconds(m_desk->rules()->service.shutdownTimeout);
+  m_server->beginDrain();
+  while (!m_server->isDrained() && Clock::now() < end) {
+    const int number = sigtimedwait(&signals, nullptr, &kMoment);
+    if (number == SIGTERM || number == SIGINT) return false;
+  }
+  return true;
+}
+
+// Whoever says it once more means at once, whatever the rest waits for: the process then ends by the signal itself.
+void endAtOnceWhenTold() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int number : {SIGTERM, SIGINT}) {
+    std::signal(number, SIG_DFL);
+    sigaddset(&set, number);
+  }
+  pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+}
+
+void Running::end(const sigset_t& signals) {
+  tellManager("STOPPING=1");
+  const bool hasTime = drain(signals);
+  m_server->stop();
+  m_admin->close();  // from here on no file of a socket is left
+  if (!hasTime) std::_Exit(0);
+  endAtOnceWhenTold();
+  m_admin->stop();
+  m_policies->stop(seconds(m_desk->rules()->service.shutdownTimeout));
+}
+
+int Running::run() {
+  applyLogLevel();
+  requireService(options());
+  sayWarnings(m_settings);
+  (void)m_settings.database();  // that there is one
+  std::signal(SIGPIPE, SIG_IGN);
+  const sigset_t signals = handledSignals();
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  raiseDescriptorLimit(options().service);
+  Sockets sockets = openSockets(options());
+  dropRoot(options().service.user);
+  start(std::move(sockets));
+  serve(signals);
+  end(signals);
+  return 0;
+}
+
+}  // namespace
+
+int runService(const std::string& configFile) {
+  return Running(configFile).run();
+}
+
+int checkService(const std::string& configFile) {
+  const zrhost::Settings settings = readSettings(configFile);
+  zrhost::setLogLevel(settings.options().log.level);
+  requireService(settings.options());
+  sayWarnings(settings);
+  const zrlive::LiveStatus found = zrlive::LivePolicies::check(liveOptions(settings));
+  std::printf("settings are fine; the database has revision %lld with %llu policies, %llu links, %llu members\n",
+              static_cast<long long>(found.revision), static_cast<unsigned long long>(found.counts.policies),
+              static_cast<unsigned long long>(found.counts.links()),
+              static_cast<unsigned long long>(found.counts.members));
+  if (found.counts.refusedRows > 0)
+    std::printf("%llu row(s) cannot be used; see zrpolicy check\n",
+                static_cast<unsigned long long>(found.counts.refusedRows));
+  return 0;
+}
+
+}  // namespace zrservice

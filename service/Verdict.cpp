@@ -1,0 +1,51 @@
+#include "service/Verdict.h"
+
+#include <string>
+
+#include "host/base/HostError.h"
+
+namespace zrservice {
+namespace {
+
+constexpr std::size_t kMostActionBytes = 900;
+
+}  // namespace
+
+bool canBeSent(std::string_view action) {
+  constexpr std::string_view kBreaks("\r\n\0", 3);
+  return action.size() <= kMostActionBytes && action.find_first_not_of(" \t\v\f") != action.npos &&
+         action.find_first_of(kBreaks) == action.npos;
+}
+
+Verdict verdictWithout(zrlive::LiveState state, const zrhost::ServiceSection& settings) {
+  const bool isStale = state == zrlive::LiveState::kStale;
+  const bool hasOwn = isStale && !settings.staleAction.empty();
+  return {isStale ? Verdict::Reason::kStale : Verdict::Reason::kUnavailable,
+          hasOwn ? settings.staleAction : settings.unavailableAction};
+}
+
+Verdict verdictFor(const zrlive::Answer& answer, const zrhost::ServiceSection& settings) {
+  if (answer.empty()) return {Verdict::Reason::kNoMatch, settings.noMatchAction};
+  const std::string_view action = answer[0].action;
+  if (!canBeSent(action)) return {Verdict::Reason::kFault, settings.faultAction};
+  return {Verdict::Reason::kResult, action};
+}
+
+void requireActions(const zrhost::ServiceSection& settings) {
+  const std::pair<const char*, const std::string&> actions[] = {{"no_match_action", settings.noMatchAction},
+                                                                {"unavailable_action", settings.unavailableAction},
+                                                                {"fault_action", settings.faultAction}};
+  for (const auto& [name, action] : actions) {
+    if (canBeSent(action)) continue;
+    throw zrhost::HostError(zrhost::ErrorKind::kUsage, "[service] " + std::string(name) +
+                                                           " cannot be sent: it is empty, longer than 900 bytes, or "
+                                                           "holds a line break; correct it");
+  }
+  if (!settings.staleAction.empty() && !canBeSent(settings.staleAction)) {
+    throw zrhost::HostError(zrhost::ErrorKind::kUsage,
+                            "[service] stale_action cannot be sent: it is longer than 900 bytes, or holds a line "
+                            "break; correct it");
+  }
+}
+
+}  // namespace zrservice

@@ -1,0 +1,126 @@
+#include "service/admin_ask_internal.h"
+
+#include <array>
+#include <nlohmann/json.hpp>
+
+#include "host/base/HostError.h"
+#include "host/explain/Explainer.h"
+#include "host/explain/ExplanationJson.h"
+#include "live/LiveError.h"
+#include "service/Verdict.h"
+
+namespace zrservice {
+namespace {
+
+using nlohmann::ordered_json;
+using zrhost::ErrorKind;
+using zrhost::HostError;
+using Kind = zrlive::Question::Kind;
+
+struct Member {
+  const char* name;
+  Kind kind;
+};
+// In the order of zrhost::kQuestionWords, which is that of the questions.
+constexpr std::array kMembers = {Member{"user", Kind::kUser}, Member{"group", Kind::kGroup},
+                                 Member{"host", Kind::kHost}, Member{"address", Kind::kAddress},
+                                 Member{"other", Kind::kOther}};
+
+// The same question for the service's answer and for the explanation.
+struct Asked {
+  zrlive::Question live;
+  zrhost::Question host;
+};
+
+[[noreturn]] void refuse(const std::string& why) {
+  throw HostError(ErrorKind::kUsage, why);
+}
+
+bool switchOf(const ordered_json& json, const char* name) {
+  const auto found = json.find(name);
+  if (found == json.end()) return false;
+  if (!found->is_boolean()) refuse(std::string("'") + name + "' is neither true nor false");
+  return found->get<bool>();
+}
+
+void requireMembers(const ordered_json& json) {
+  for (const auto& [name, value] : json.items()) {
+    bool isKnown = name == "members" || name == "default";
+    for (const Member& member : kMembers)
+      isKnown |= name == member.name;
+    if (!isKnown) refuse("unknown member '" + name + "'");
+  }
+}
+
+void addKeys(const ordered_json& keys, std::size_t place, Asked& asked) {
+  const std::string name = kMembers[place].name;
+  if (!keys.is_array()) refuse("'" + name + "' is no list");
+  for (const ordered_json& key : keys) {
+    if (!key.is_string()) refuse("'" + name + "' holds something other than a text");
+    const auto& text = key.get_ref<const std::string&>();
+    asked.host.push_back(zrhost::makeQuestionPart(zrhost::kQuestionWords[place], text));
+    asked.live.add(kMembers[place].kind, text);
+  }
+}
+
+Asked parseAsked(std::string_view body) {
+  const ordered_json json = ordered_json::parse(body, nullptr, false);
+  if (!json.is_object()) refuse("no JSON object");
+  requireMembers(json);
+  Asked asked;
+  for (std::size_t place = 0; place < kMembers.size(); ++place) {
+    const auto found = json.find(kMembers[place].name);
+    if (found != json.end()) addKeys(*found, place, asked);
+  }
+  if (switchOf(json, "default")) {
+    asked.host.push_back({zrhost::QuestionPart::Kind::kDefault, {}, {}});
+    asked.live.addDefault();
+  }
+  if (asked.live.empty()) refuse("nothing is asked");
+  if (switchOf(json, "members")) {
+    asked.host = zrhost::withGroups(std::move(asked.host));
+    asked.live.setMembers(true);
+  }
+  return asked;
+}
+
+AdminReply answer(const Desk& desk, const Asked& asked) {
+  const zrlive::LiveState state = desk.policies().state();
+  const auto snapshot = desk.policies().lease();
+  const auto rules = desk.rules();
+  ordered_json json;
+  json["state"] = zrlive::nameOf(state);
+  if (!snapshot) {
+    json["action"] = verdictWithout(state, rules->service).action();
+    return {503, json.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + '\n'};
+  }
+  zrlive::Answer found;
+  snapshot->ask(asked.live, found);
+  const bool isReady = state == zrlive::LiveState::kReady;
+  json["source"] = zrlive::nameOf(snapshot->source());
+  json["revision"] = snapshot->revision();
+  json["action"] = (isReady ? verdictFor(found, rules->service) : verdictWithout(state, rules->service)).action();
+  std::string text = json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  text.replace(text.size() - 1, 1, ",\"explain\":");
+  zrhost::writeExplanationJson(zrhost::Explainer(snapshot->inner()).explain(asked.host),
+                               [&text](std::string_view piece) { text += piece; });
+  return {200, text + "}\n"};
+}
+
+}  // namespace
+
+std::string errorJson(const std::string& text) {
+  return ordered_json{{"error", text}}.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + '\n';
+}
+
+AdminReply answerAsked(const Desk& desk, std::string_view body) {
+  try {
+    return answer(desk, parseAsked(body));
+  } catch (const HostError& error) {
+    return {error.kind() == ErrorKind::kUsage ? 400 : 500, errorJson(error.what())};
+  } catch (const zrlive::LiveError& error) {
+    return {400, errorJson(error.what())};
+  }
+}
+
+}  // namespace zrservice

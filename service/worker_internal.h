@@ -1,0 +1,66 @@
+#pragma once
+
+#include <asio.hpp>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <thread>
+
+#include "service/Answerer.h"
+#include "service/Counters.h"
+
+namespace zrservice {
+
+using Clock = std::chrono::steady_clock;
+using StreamSocket = asio::generic::stream_protocol::socket;
+
+class Worker;
+
+// What a worker asks of the connections that it has.
+class Connection {
+ public:
+  virtual ~Connection() = default;
+  // Closes it when it has taken too long.
+  virtual void checkTime(Clock::time_point now) = 0;
+  // Answers what has arrived, and closes it unless a request is under way.
+  virtual void drain() = 0;
+  virtual void close() = 0;
+};
+
+// A thread with its connections, its answerer and its counters.
+class Worker {
+ public:
+  explicit Worker(const Desk& desk) : m_answerer(desk, counters), m_sweep(m_context) {}
+
+  asio::io_context& context() { return m_context; }
+  Answerer& answerer() { return m_answerer; }
+
+  void start();
+  void stop();
+  // By any thread.
+  void beginDrain();
+
+  // By the worker's own thread.
+  void add(const std::shared_ptr<Connection>& connection);
+  void remove(const Connection* connection);
+  bool isDraining() const { return m_isDraining; }
+
+  Counters counters;
+  std::atomic<std::size_t> open{0};
+
+ private:
+  void run();
+  void sweep();
+
+  asio::io_context m_context{1};
+  Answerer m_answerer;
+  asio::steady_timer m_sweep;
+  std::list<std::shared_ptr<Connection>> m_connections;
+  bool m_isDraining = false;
+  asio::executor_work_guard<asio::io_context::executor_type> m_guard = asio::make_work_guard(m_context);
+  std::thread m_thread;
+};
+
+}  // namespace zrservice
