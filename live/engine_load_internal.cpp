@@ -90,9 +90,9 @@ void Engine::onLoaded(Time now, LoadOutcome& outcome) {
   m_held.reset();
   m_lastGood.reset();
   m_board.confirm(outcome.begunAt);
+  onCurrent(now);
   publish(SnapshotMaker::make(std::move(outcome.snapshot), {LiveSource::kDatabase, outcome.revision.epoch,
                                                             outcome.revision.revision, outcome.time}));
-  onCurrent(now);
   m_board.fulfil(m_taskWish, LivePolicies::Reload::kLoaded);
 }
 

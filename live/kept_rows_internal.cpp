@@ -77,7 +77,7 @@ class Database {
 zrhost::Revision KeptRows::read(zrhost::RowSink& sink) {
   using zrhost::PolicyTable;
   Database database(m_path);
-  const zrhost::Revision none;
+  zrhost::Revision none;
   sink.onRevision(none);
   database.readAll<zrhost::PolicyRow>(PolicyTable::kPolicy, [&sink](auto& row) { sink.onPolicy(row); });
   database.readAll<zrhost::RuleRow>(PolicyTable::kRule, [&sink](auto& row) { sink.onRule(row); });

@@ -107,7 +107,7 @@ class SummedSource : public zrhost::RowSource {
   zrhost::Revision read(zrhost::RowSink& sink) override {
     HeardSink heard(sink, m_pulse);
     RowSum sum(&heard);
-    const zrhost::Revision revision = m_source.read(sum);
+    zrhost::Revision revision = m_source.read(sum);
     m_sum = sum.text();
     return revision;
   }

@@ -73,6 +73,8 @@ constexpr Cause kServer[] = {
     {"53", kAny, "", kUnreachable, "is out of memory or of connections; try again"},
     {"57P", kAny, "", kUnreachable, kLost},
     {"08", kAny, "", kUnreachable, kLost},
+    {"HY000", kAny, "no connection to the server", kUnreachable, kLost},
+    {"HY000", kAny, "closed the connection", kUnreachable, kLost},
     {"HY000", kAny, "Connection is readonly", kUnreachable,
      "is set to ReadOnly in odbc.ini; name a data source that may write"},
 };

@@ -108,7 +108,7 @@ TEST(Usage, CompletionOffersWhatTheCommandTakesAndNoMore) {
       {"diff --q", "--questions|"},
       {"load --log-level ''", "0|1|2|3|4|"},
       {"config s", "show|set|"},
-      {"config show ''", "database|sql|log|"},
+      {"config show ''", "database|sql|log|service|questions|admin|"},
       {"config get --config x.conf database re", "retry_wait|retries|read_timeout|"},
       {"config set database file m", "my file|"},
       {"config get log level ''", ""},
