@@ -18,7 +18,8 @@ class Merge {
   void takeAfter(const OrderedRow& after) {
     removeUpTo(&after);
     const OrderedRow* const before = m_before.front();
-    if (before == nullptr || compareKeys(*before, after) != 0) return report(RowChange::kAdded, nullptr, &after);
+    if (before == nullptr || std::is_neq(compareKeys(*before, after)))
+      return report(RowChange::kAdded, nullptr, &after);
     if (!isSameRow(*before, after)) report(RowChange::kChanged, before, &after);
     m_before.pop();
   }
@@ -26,7 +27,8 @@ class Merge {
   // Takes the rows of the pipe in front of `after`, which has none of their keys; all of them without one.
   void removeUpTo(const OrderedRow* after) {
     for (const OrderedRow* before = m_before.front();
-         before != nullptr && (after == nullptr || compareKeys(*before, *after) < 0); before = m_before.front()) {
+         before != nullptr && (after == nullptr || std::is_lt(compareKeys(*before, *after)));
+         before = m_before.front()) {
       report(RowChange::kRemoved, before, nullptr);
       m_before.pop();
     }
