@@ -35,7 +35,9 @@ struct ExitStatusMeaning {
 };
 constexpr ExitStatusMeaning kExitStatusMeanings[] = {
     {0, "something applies; the command did its work; every line of a batch was a question"},
-    {1, "nothing applies (explain: --policy does not); config get: not set; check, config check: there are findings; diff: there are differences"},
+    {1,
+     "nothing applies (explain: --policy does not); config get: not set; check, config check: there are findings; "
+     "diff: there are differences"},
     {exitStatus(zrhost::ErrorKind::kUsage), "usage: an option, a command, or a question that is none"},
     {exitStatus(zrhost::ErrorKind::kBadRow), "a bad row under --strict; a batch with bad lines"},
     {exitStatus(zrhost::ErrorKind::kNoInput), "an input file is not there"},
