@@ -84,7 +84,7 @@ zrhost::DiffSide ComparedSide::rows() {
 std::shared_ptr<const zrhost::Snapshot> ComparedSide::load(bool strict) {
   return named(m_name, [&] {
     RefusalWarning warning(m_name + ": ");
-    const auto snapshot = zrhost::Snapshot::load(m_sources->source(), {.strict = strict, .onRefused = warning.note()});
+    auto snapshot = zrhost::Snapshot::load(m_sources->source(), {.strict = strict, .onRefused = warning.note()});
     warning.show(snapshot->report());
     return snapshot;
   });

@@ -36,7 +36,7 @@ std::strong_ordering compareKeys(const OrderedRow& a, const OrderedRow& b) {
   if (a.table != b.table) return a.table <=> b.table;
   if (a.table != PolicyTable::kMember) return a.numbers <=> b.numbers;
   const auto order = *a.fields[0] <=> *b.fields[0];
-  return order != 0 ? order : *a.fields[1] <=> *b.fields[1];
+  return std::is_neq(order) ? order : *a.fields[1] <=> *b.fields[1];
 }
 
 bool isSameRow(const TableRow& a, const TableRow& b) {
@@ -64,8 +64,8 @@ void OrderedRows::take(PolicyTable table, const Fields& fields) {
   readKey(row);
   const auto order = m_isFirst ? std::strong_ordering::less : compareKeys(last, row);
   m_isFirst = false;
-  if (order == 0) refuse(row, "a row of this key stands twice");
-  if (order > 0) refuse(row, "the rows do not come in the order of their keys");
+  if (std::is_eq(order)) refuse(row, "a row of this key stands twice");
+  if (std::is_gt(order)) refuse(row, "the rows do not come in the order of their keys");
   m_take(row);
 }
 
