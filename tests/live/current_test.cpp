@@ -156,8 +156,9 @@ TEST(LiveServer, ThatIsKilledAndStartedAgainIsReadAgain) {
   ASSERT_TRUE(policies.waitForSnapshot(std::chrono::minutes(1)));
   const auto loads = policies.status().loadsDone;
   server.stop(true);
-  ASSERT_TRUE(comesTrue([&] { return policies.status().failuresInARow > 1; }));
-  EXPECT_THAT(policies.status().lastError, HasSubstr("check that it runs"));
+  EXPECT_TRUE(comesTrue([&] {  // the first of them may be met while the server goes
+    return policies.status().lastError.find("check that it runs") != std::string::npos;
+  })) << policies.status().lastError;
   EXPECT_EQ(actionFor(policies, "john@example.org"), "BCC archive@example.org");
   server.start();
   EXPECT_TRUE(comesTrue([&] { return policies.status().lastError.empty(); }));
