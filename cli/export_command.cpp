@@ -65,7 +65,7 @@ void addExportCommand(CLI::App& program, CommandContext& context) {
   command->footer(kFooter);
   const auto arguments = std::make_shared<ExportArguments>();
   command
-      ->add_option("file", arguments->path,
+      ->add_option("FILE", arguments->path,
                    "The file, or with --format csv the folder, that is written. Default: standard output.")
       ->type_name("FILE")
       ->option_text("FILE|FOLDER")

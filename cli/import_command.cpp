@@ -76,7 +76,7 @@ void addImportCommand(CLI::App& program, CommandContext& context) {
   command->footer(kFooter);
   const auto arguments = std::make_shared<ImportArguments>();
   command
-      ->add_option("file", arguments->file,
+      ->add_option("FILE", arguments->file,
                    "The policy file: JSON Lines, a folder of CSV files, one CSV file, or - for standard input.")
       ->type_name("FILE")
       ->option_text("FILE|FOLDER|-")

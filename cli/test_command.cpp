@@ -110,7 +110,7 @@ void addTestCommand(CLI::App& program, CommandContext& context) {
   CLI::App* command = program.add_subcommand("test", kDescription);
   command->footer(kFooter);
   const auto arguments = std::make_shared<TestArguments>();
-  command->add_option("file", arguments->files, "The files of expectations.")
+  command->add_option("FILE", arguments->files, "The files of expectations.")
       ->type_name("FILE")
       ->option_text("FILE...")
       ->required()

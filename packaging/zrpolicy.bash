@@ -19,7 +19,7 @@ _zrpolicy_values() {
     --log-level\ * | level) printf '%s\n' 0 1 2 3 4 ;;
     --severity\ *) printf '%s\n' error warning note ;;
     --actions\ *) printf '%s\n' postfix none ;;
-    --format\ *) printf '%s\n' text json sarif ;;
+    --format\ *) case ${COMP_WORDS[1]} in check) printf '%s\n' text json sarif ;; *) printf '%s\n' jsonl csv ;; esac ;;
     --ignore\ *) "${COMP_WORDS[0]/#\~/$HOME}" check --help 2>/dev/null | sed -nE 's/^ {4}([a-z-]+), (error|warning|note)$/\1/p' ;;
     *\ FILE | file | password_file) compgen -f -- "$2" ;;
     *\ FOLDER | directory) compgen -d -- "$2" ;;

@@ -2,7 +2,12 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "host/base/HostError.h"
 #include "host/base/terminal_text.h"
@@ -14,7 +19,17 @@ namespace {
   throw HostError(ErrorKind::kInputOutput, oneLine("the SQL statement file '" + path + "' " + why + "; correct it"));
 }
 
+// The loader does not say why it cannot open a file, and would wait for ever for somebody to write into a pipe.
+void refuseUnreadable(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0 || faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) != 0) {
+    refuse(path, std::string("cannot be read: ") + std::strerror(errno));
+  }
+  if (!S_ISREG(status.st_mode)) refuse(path, "is no regular file");
+}
+
 std::string textOf(const std::string& path) {
+  refuseUnreadable(path);
   try {
     return ZrSqlLoader().getSQL(path.c_str());
   } catch (const char* thrown) {

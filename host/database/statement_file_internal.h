@@ -9,10 +9,9 @@ namespace zrhost {
 // The template in a statement file, found fit to be filled with values of these kinds, one letter each: 's' a text, 'd'
 // an int. It may leave values out; what it must not do is read values that are not there or are of another kind.
 //
-// Throws HostError kInputOutput, which names the file, when it cannot be read, is blank, has a line of more than 4,095
-// bytes (the rest of which would be lost), a '%' that is neither "%%" nor the conversion of a value ("%s", "%2$s"), or
-// a
-// '?' outside single quotes, which would be a parameter.
+// Throws HostError kInputOutput, which names the file, when it cannot be read, is no regular file, is blank, has a line
+// of more than 4,095 bytes (the rest of which would be lost), a '%' that is neither "%%" nor the conversion of a value
+// ("%s", "%2$s"), or a '?' outside single quotes, which would be a parameter.
 std::string statementTemplate(const std::string& path, const std::string& kinds);
 
 // The same question mark is looked for once more when the values are filled in. Throws likewise.

@@ -50,6 +50,29 @@ TEST(StatementFiles, AreExaminedBeforeTheyAreUsed) {
   }
 }
 
+TEST(StatementFiles, WhatIsNoReadableFileIsNamedWithTheReason) {
+  const auto place = makeSqlitePlace();
+  PolicyDatabase::init(place->options(), {});
+  const TempFolder folder;
+  fs::copy(ZR_TEST_SCHEMA, folder.file("sql"), fs::copy_options::recursive);
+  auto options = place->options();
+  options.sqlDirectory = folder.file("sql");
+  const std::string path = folder.file("sql/sqlite/read_links.sql");
+  for (const auto& [command, text] : {std::pair{"mkfifo ", "is no regular file"},
+                                      {"mkdir ", "is no regular file"},
+                                      {"ln -s read_links.sql ", "cannot be read: Too many levels of symbolic links"},
+                                      {": ", "cannot be read: No such file or directory"}}) {
+    fs::remove(path);
+    outputOf(command + path);
+    const Failure failure = failureOf([&] {
+      PolicyDatabase database(options);
+      zrhost::Snapshot::load(database);
+    });
+    EXPECT_EQ(failure.kind, ErrorKind::kInputOutput);
+    EXPECT_THAT(failure.text, testing::AllOf(HasSubstr(path), HasSubstr(text)));
+  }
+}
+
 TEST(StatementFiles, FolderThatCannotBeReadIsNamed) {
   const auto place = makeSqlitePlace();
   PolicyDatabase::init(place->options(), {});
