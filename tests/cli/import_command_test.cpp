@@ -64,7 +64,7 @@ TEST_F(ImportCommand, WhatCannotBeDoneHasAStatusAndALineOfItsOwn) {
   expectRefusal(given("{\"zrpolicy\":1}\n{\"end\":0}\n", {"import", "--replace", "-"}), 73, "33 of 33 links");
   expectRefusal(run({"import", "--replace", bad}), 64, "one table alone");
   expectRefusal(run({"import", "--replace", "--remove", bad}), 64, "--remove");
-  expectRefusal(run({"import"}), 64, "file is required");
+  expectRefusal(run({"import"}), 64, "FILE is required");
   expectRefusal(run({"import", bad, "--rejects", m_database}), 64, "is the database itself");
   expectRefusal(run({"copy", "--from-database", m_database}), 64, "cannot be copied onto itself");
   expectRefusal(run({"copy"}), 64, "--from-database");
