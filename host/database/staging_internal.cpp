@@ -1,9 +1,8 @@
 #include "host/database/staging_internal.h"
 
-#include <unicode/utf8.h>
-
 #include "host/base/strict_number.h"
 #include "host/base/terminal_text.h"
+#include "host/base/utf8.h"
 #include "host/database/tables_internal.h"
 
 namespace zrhost {
@@ -12,16 +11,6 @@ namespace {
 constexpr std::size_t kLinksByName = kPolicyTables;
 constexpr const char* kStatements[] = {"write/stage_policy.sql", "write/stage_rule.sql", "write/stage_link.sql",
                                        "write/stage_member.sql", "write/stage_link_by_name.sql"};
-
-bool isUtf8(const std::string& text) {
-  const auto size = static_cast<std::int32_t>(text.size());
-  for (std::int32_t at = 0; at < size;) {
-    UChar32 character = 0;
-    U8_NEXT(text.data(), at, size, character);
-    if (character < 0) return false;
-  }
-  return true;
-}
 
 StagedTable stagedTable(std::size_t index) {
   const bool byName = index == kLinksByName;

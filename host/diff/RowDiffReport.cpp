@@ -6,6 +6,7 @@
 
 #include "host/base/strict_number.h"
 #include "host/base/terminal_text.h"
+#include "host/base/utf8.h"
 #include "support/base64.h"
 
 namespace zrhost {
@@ -54,15 +55,6 @@ std::string lineOf(const RowDifference& difference) {
     }
   }
   return kSigns[static_cast<std::size_t>(difference.change)] + std::string(table.name) + keys + others + '\n';
-}
-
-bool isUtf8(const std::string& text) {
-  try {
-    static_cast<void>(Json(text).dump());
-    return true;
-  } catch (const Json::type_error&) {
-    return false;
-  }
 }
 
 std::string base64Of(const std::string& bytes) {

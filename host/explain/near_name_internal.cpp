@@ -5,25 +5,11 @@
 
 #include "host/explain/entity_text_internal.h"
 #include "host/load/Snapshot.h"
+#include "host/mend/name_mend.h"
 
 namespace zrhost {
 
 namespace {
-
-constexpr std::string_view kBlanks = " \t\r\n\v\f";
-
-std::string_view trimmed(std::string_view text) {
-  const std::size_t begin = text.find_first_not_of(kBlanks);
-  if (begin == std::string_view::npos) return {};
-  return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
-}
-
-std::string lowered(std::string_view text) {
-  std::string lower(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  return lower;
-}
 
 bool mayHoldEntities(std::string_view text) {
   return text.find("&#") != std::string_view::npos;
