@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/base/quiet_thread.h"
 #include "host/base/terminal_text.h"
 #include "live/options_internal.h"
 #include "support/PolicyLog.h"
@@ -27,7 +28,7 @@ void Engine::start() {
   }
   m_startedAt = m_nextLook = m_nextKeep = Clock::now();
   m_loadEnd = m_startedAt - m_options.reloadInterval;
-  m_thread = quietThread([this] { run(); });
+  m_thread = zrhost::quietThread([this] { run(); });
 }
 
 void Engine::stop(std::chrono::milliseconds limit) noexcept {

@@ -1,9 +1,10 @@
 #include "live/worker_internal.h"
 
-#include <csignal>
 #include <sys/resource.h>
 #include <unistd.h>
 #include <utility>
+
+#include "host/base/quiet_thread.h"
 
 namespace zrlive {
 
@@ -19,20 +20,6 @@ void Bell::waitUntil(Clock::time_point deadline) {
   m_isRung = false;
 }
 
-std::thread quietThread(std::function<void()> run) {
-  sigset_t all, old;
-  sigfillset(&all);
-  pthread_sigmask(SIG_BLOCK, &all, &old);
-  try {
-    std::thread thread(std::move(run));
-    pthread_sigmask(SIG_SETMASK, &old, nullptr);
-    return thread;
-  } catch (...) {
-    pthread_sigmask(SIG_SETMASK, &old, nullptr);
-    throw;
-  }
-}
-
 // What the two threads share; the one that is left standing keeps it.
 struct Worker::Desk {
   std::shared_ptr<Bell> bell;
@@ -45,7 +32,7 @@ struct Worker::Desk {
 
 Worker::Worker(std::shared_ptr<Bell> bell, int nice) : m_desk(std::make_shared<Desk>()) {
   m_desk->bell = std::move(bell);
-  m_thread = quietThread([desk = m_desk, nice] { work(*desk, nice); });
+  m_thread = zrhost::quietThread([desk = m_desk, nice] { work(*desk, nice); });
 }
 
 Worker::~Worker() {

@@ -24,9 +24,6 @@ class Bell {
   bool m_isRung = false;
 };
 
-// A thread that no signal is delivered to: those of the process are for the threads that the program made.
-std::thread quietThread(std::function<void()> run);
-
 // A thread that does one job after the other. A job may never return, because a driver does not: whoever destroys a
 // worker that is busy leaves its thread standing, so a job owns all that it touches.
 class Worker {

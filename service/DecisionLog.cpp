@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
@@ -14,6 +13,7 @@
 
 #include "host/base/FileDescriptor.h"
 #include "host/base/HostError.h"
+#include "host/base/quiet_thread.h"
 #include "host/base/terminal_text.h"
 #include "service/QuestionRules.h"
 #include "support/PolicyLog.h"
@@ -88,7 +88,7 @@ DecisionLog::DecisionLog(const zrhost::ServiceSection& settings)
   if (m_descriptor < 0)
     throw HostError(ErrorKind::kInputOutput,
                     "cannot open the decision log '" + zrhost::terminalText(m_path) + "': " + std::strerror(errno));
-  m_thread = std::thread([this] { write(); });
+  m_thread = zrhost::quietThread([this] { write(); });
 }
 
 DecisionLog::~DecisionLog() {
@@ -200,9 +200,6 @@ void DecisionLog::note(const Decision& decision) noexcept {
 }
 
 void DecisionLog::write() {
-  sigset_t all;
-  sigfillset(&all);
-  pthread_sigmask(SIG_BLOCK, &all, nullptr);
   std::unique_lock lock(m_mutex);
   for (;;) {
     m_filled.wait(lock, [this] { return m_end || !m_waiting.empty(); });

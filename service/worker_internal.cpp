@@ -1,8 +1,8 @@
 #include "service/worker_internal.h"
 
-#include <csignal>
 #include <exception>
 
+#include "host/base/quiet_thread.h"
 #include "support/PolicyLog.h"
 
 namespace zrservice {
@@ -14,11 +14,7 @@ constexpr std::chrono::milliseconds kSweepEach{250};
 
 void Worker::start() {
   sweep();
-  sigset_t all, old;
-  sigfillset(&all);
-  pthread_sigmask(SIG_BLOCK, &all, &old);
-  m_thread = std::thread([this] { run(); });
-  pthread_sigmask(SIG_SETMASK, &old, nullptr);
+  m_thread = zrhost::quietThread([this] { run(); });
 }
 
 // Where memory runs out the connection at hand loses, and ends by its time limit; the others go on.

@@ -1,8 +1,8 @@
 #include "host/database/silence_watch_internal.h"
 
-#include <csignal>
 #include <unistd.h>
 
+#include "host/base/quiet_thread.h"
 #include "host/base/terminal_text.h"
 
 namespace zrhost {
@@ -10,17 +10,6 @@ namespace {
 
 constexpr std::uint32_t kGivenUp = 1;
 constexpr int kTicksInATimeOut = 16;
-
-// A thread that no signal is delivered to: those of the process are for the threads that the program made.
-template <typename Run>
-std::thread quietThread(Run run) {
-  sigset_t all, old;
-  sigfillset(&all);
-  pthread_sigmask(SIG_BLOCK, &all, &old);
-  std::thread thread(run);
-  pthread_sigmask(SIG_SETMASK, &old, nullptr);
-  return thread;
-}
 
 }  // namespace
 
