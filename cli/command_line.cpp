@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/ask_command.h"
 #include "cli/check_command.h"
 #include "cli/command_context.h"
 #include "cli/config_command.h"
@@ -22,7 +23,9 @@
 #include "cli/init_command.h"
 #include "cli/load_command.h"
 #include "cli/lookup_command.h"
+#include "cli/reload_command.h"
 #include "cli/standard_streams.h"
+#include "cli/status_command.h"
 #include "cli/test_command.h"
 #include "host/base/HostError.h"
 #include "host/log/LibraryErrors.h"
@@ -67,6 +70,9 @@ void addCommands(CLI::App& program, CommandContext& context) {
   addCopyCommand(program, context);
   addTestCommand(program, context);
   addDiffCommand(program, context);
+  addStatusCommand(program, context);
+  addReloadCommand(program, context);
+  addAskCommand(program, context);
   addConfigCommand(program, context);
   addHelpCommand(program, context);
   program.set_version_flag("--version", "zrpolicy " ZR_VERSION, "Print the version and leave.");

@@ -38,11 +38,11 @@ constexpr ExitStatusMeaning kExitStatusMeanings[] = {
     {0, "something applies; the command did its work; every line of a batch was a question"},
     {1,
      "nothing applies (explain: --policy does not); config get: not set; check, config check: there are findings; "
-     "diff: there are differences"},
+     "diff: there are differences; status: not ready; reload: held back"},
     {exitStatus(zrhost::ErrorKind::kUsage), "usage: an option, a command, or a question that is none"},
     {exitStatus(zrhost::ErrorKind::kBadRow), "a bad row, under --strict or in an input file; a batch with bad lines"},
     {exitStatus(zrhost::ErrorKind::kNoInput), "an input file is not there"},
-    {exitStatus(zrhost::ErrorKind::kUnreachable), "the database cannot be reached or opened"},
+    {exitStatus(zrhost::ErrorKind::kUnreachable), "the database cannot be reached or opened; no service answers"},
     {exitStatus(zrhost::ErrorKind::kInternal), "internal error, or out of memory"},
     {exitStatus(zrhost::ErrorKind::kTablesPresent),
      "init refused: the tables are there; import, copy refused: much would be taken away"},

@@ -26,6 +26,15 @@ std::string jsonOf(const zrhost::Answer& answer, const zrhost::Snapshot& snapsho
 
 }  // namespace
 
+void addAnswerOptions(CLI::App& command, LookupOptions& options) {
+  const auto add = [&command](const char* name, bool& flag, const char* help) {
+    command.add_flag(name, flag, help)->group("Output");
+  };
+  add("--top", options.top, "Only the first result.");
+  add("--json", options.json, "One JSON document instead of a table.");
+  add("--wide", options.wide, "The whole table, also where it is wider than the terminal.");
+}
+
 int answerOne(const zrhost::Snapshot& snapshot, const zrhost::Question& question, const LookupOptions& options) {
   const zrhost::Answer answer = answerOf(snapshot, question, options);
   StandardOutput output;

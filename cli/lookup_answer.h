@@ -1,5 +1,7 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
+
 #include "host/ask/Question.h"
 #include "host/load/Snapshot.h"
 
@@ -11,6 +13,9 @@ struct LookupOptions {
   bool json = false;  // one document instead of a table
   bool wide = false;  // the table is not fitted to the terminal
 };
+
+// Adds --top, --json and --wide. `options` must outlive `command`.
+void addAnswerOptions(CLI::App& command, LookupOptions& options);
 
 // Answers one question on standard output. Answers the exit status: 0, or 1 when no policy applies. Throws HostError
 // kInputOutput.

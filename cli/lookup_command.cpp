@@ -4,6 +4,7 @@
 
 #include "cli/common_options.h"
 #include "cli/database_access.h"
+#include "cli/decision_lines.h"
 #include "cli/lookup_answer.h"
 #include "cli/question_options.h"
 
@@ -29,7 +30,11 @@ constexpr char kDescription[] =
     "With --stdin, each line of standard input is a question: \"user NAME\", \"group NAME\", \"host NAME\", \"ip "
     "ADDRESS\", \"other KEY\", \"default\" or \"all\", or several of these separated by tabs. The key is everything "
     "behind the first blank. Each is answered by one JSON document on a line of its own, in their order; an empty "
-    "line gives nothing, and a line that is no question gives {\"error\": TEXT, \"line\": NUMBER}.\n";
+    "line gives nothing, and a line that is no question gives {\"error\": TEXT, \"line\": NUMBER}.\n"
+    "\n"
+    "With --decisions, these lines are those of the decision log of zrpolicyd, whose questions are asked again; behind "
+    "the results stand the time, the queue ID and the action that were logged, and whether the answer differs from "
+    "them. The groups that the users are in now are asked where groups were.\n";
 
 constexpr char kFooter[] =
     "JSON\n"
@@ -47,26 +52,23 @@ constexpr char kFooter[] =
     "    zrpolicy lookup --database sample.db --stdin < questions\n"
     "        Many questions, one load.\n"
     "    zrpolicy lookup --database sample.db --user john@example.org --with-groups\n"
-    "        What applies to a user and to the groups that the user is in.\n";
+    "        What applies to a user and to the groups that the user is in.\n"
+    "    zrpolicy lookup --database sample.db --stdin --decisions < decisions.log\n"
+    "        What the service would answer to the same mail from this database.\n";
 
 struct Lookup {
   AskedQuestion asked;
   LookupOptions options;
+  bool decisions = false;
 };
 
 int lookup(const CommandContext& context, const Lookup& lookup) {
+  if (lookup.decisions && !lookup.asked.fromStandardInput)
+    throw zrhost::HostError(zrhost::ErrorKind::kUsage, "lookup: --decisions needs --stdin");
   const auto snapshot = loadToAsk(context, lookup.asked.withGroups);
+  if (lookup.decisions) return answerDecisions(*snapshot, lookup.asked.withGroups, lookup.options);
   return lookup.asked.fromStandardInput ? answerBatch(*snapshot, lookup.asked.withGroups, lookup.options)
                                         : answerOne(*snapshot, lookup.asked.question, lookup.options);
-}
-
-void addFlags(CLI::App& command, LookupOptions& options) {
-  const auto add = [&command](const char* name, bool& flag, const char* help) {
-    command.add_flag(name, flag, help)->group("Output");
-  };
-  add("--top", options.top, "Only the first result.");
-  add("--json", options.json, "One JSON document instead of a table.");
-  add("--wide", options.wide, "The whole table, also where it is wider than the terminal.");
 }
 
 }  // namespace
@@ -76,7 +78,10 @@ void addLookupCommand(CLI::App& program, CommandContext& context) {
   command->footer(kFooter);
   const auto asked = std::make_shared<Lookup>();
   addQuestionOptions(*command, asked->asked);
-  addFlags(*command, asked->options);
+  command
+      ->add_flag("--decisions", asked->decisions, "The lines of --stdin are those of a decision log, see zrpolicyd(8).")
+      ->group("Questions");
+  addAnswerOptions(*command, asked->options);
   addSettingOptions(*command, context);
   addStrictOption(*command, context);
   command->callback([&context, command, asked] {

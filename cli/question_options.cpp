@@ -69,7 +69,7 @@ void addQuestionOptions(CLI::App& command, AskedQuestion& asked) {
 
 void readQuestion(const CLI::App& command, AskedQuestion& asked) {
   asked.question = questionOf(command);
-  const std::string& name = command.get_name();
+  const std::string name = command.get_name();
   if (asked.question.empty() && !asked.fromStandardInput) {
     throw zrhost::HostError(zrhost::ErrorKind::kUsage,
                             name +
@@ -83,7 +83,7 @@ void readQuestion(const CLI::App& command, AskedQuestion& asked) {
   if (asked.withGroups) asked.question = zrhost::withGroups(std::move(asked.question));
 }
 
-int answerLines(bool withGroups, const std::function<void(const zrhost::Question&, StandardOutput&)>& answer) {
+int answerEachLine(const std::function<void(const std::string&, StandardOutput&)>& answer) {
   StandardOutput output;
   LineReader input([&output] { output.flush(); });
   std::string line;
@@ -91,7 +91,7 @@ int answerLines(bool withGroups, const std::function<void(const zrhost::Question
   for (std::uint64_t number = 1; input.next(line); ++number) {
     if (line.empty()) continue;
     try {
-      answer(parseLine(line, withGroups), output);
+      answer(line, output);
     } catch (const zrhost::HostError& error) {
       if (error.kind() != zrhost::ErrorKind::kUsage) throw;
       output.write(zrhost::errorJson(error.what(), number) + '\n');
@@ -100,6 +100,11 @@ int answerLines(bool withGroups, const std::function<void(const zrhost::Question
   }
   output.close();
   return allWereQuestions ? 0 : exitStatus(zrhost::ErrorKind::kBadRow);
+}
+
+int answerLines(bool withGroups, const std::function<void(const zrhost::Question&, StandardOutput&)>& answer) {
+  return answerEachLine(
+      [&](const std::string& line, StandardOutput& output) { answer(parseLine(line, withGroups), output); });
 }
 
 }  // namespace zrcli

@@ -27,5 +27,7 @@ void readQuestion(const CLI::App& command, AskedQuestion& asked);
 // at the other end gets each answer without closing its end. Answers the exit status: 0, or 65 when a line was no
 // question. Throws HostError kInputOutput, and what `answer` throws.
 int answerLines(bool withGroups, const std::function<void(const zrhost::Question&, StandardOutput&)>& answer);
+// The same for lines of another kind; for those that are none `answer` throws HostError kUsage.
+int answerEachLine(const std::function<void(const std::string&, StandardOutput&)>& answer);
 
 }  // namespace zrcli

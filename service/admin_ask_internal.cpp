@@ -45,11 +45,16 @@ bool switchOf(const ordered_json& json, const char* name) {
 
 void requireMembers(const ordered_json& json) {
   for (const auto& [name, value] : json.items()) {
-    bool isKnown = name == "members" || name == "default";
+    bool isKnown = name == "members" || name == "default" || name == "all" || name == "questions";
     for (const Member& member : kMembers)
       isKnown |= name == member.name;
     if (!isKnown) refuse("unknown member '" + name + "'");
   }
+}
+
+void add(const zrhost::QuestionWord& word, Kind kind, const std::string& key, Asked& asked) {
+  asked.host.push_back(zrhost::makeQuestionPart(word, key));
+  asked.live.add(kind, key);
 }
 
 void addKeys(const ordered_json& keys, std::size_t place, Asked& asked) {
@@ -58,8 +63,33 @@ void addKeys(const ordered_json& keys, std::size_t place, Asked& asked) {
   for (const ordered_json& key : keys) {
     if (!key.is_string()) refuse("'" + name + "' holds something other than a text");
     const auto& text = key.get_ref<const std::string&>();
-    asked.host.push_back(zrhost::makeQuestionPart(zrhost::kQuestionWords[place], text));
-    asked.live.add(kMembers[place].kind, text);
+    add(zrhost::kQuestionWords[place], kMembers[place].kind, text, asked);
+  }
+}
+
+void addPart(const std::string& type, const std::string& key, Asked& asked) {
+  if (type == "default" || type == "all") {
+    asked.host.push_back(zrhost::parseQuestion(type).front());
+    asked.live.add(type == "all" ? Kind::kAll : Kind::kDefault, {});
+    return;
+  }
+  for (std::size_t place = 0; place < kMembers.size(); ++place) {
+    const zrhost::QuestionWord& word = zrhost::kQuestionWords[place];
+    if (type == word.word || type == kMembers[place].name) return add(word, kMembers[place].kind, key, asked);
+  }
+  refuse("unknown type '" + type + "'");
+}
+
+// The same parts in an order of their own, as the decision log has them.
+void addQuestions(const ordered_json& json, Asked& asked) {
+  const auto found = json.find("questions");
+  if (found == json.end()) return;
+  if (!found->is_array()) refuse("'questions' is no list");
+  for (const ordered_json& each : *found) {
+    const bool isPart = each.is_object() && each.contains("type") && each["type"].is_string() &&
+                        (!each.contains("key") || each["key"].is_string());
+    if (!isPart) refuse("'questions' holds something other than {\"type\": TEXT, \"key\": TEXT}");
+    addPart(each["type"].get<std::string>(), each.value("key", std::string()), asked);
   }
 }
 
@@ -68,6 +98,7 @@ Asked parseAsked(std::string_view body) {
   if (!json.is_object()) refuse("no JSON object");
   requireMembers(json);
   Asked asked;
+  addQuestions(json, asked);
   for (std::size_t place = 0; place < kMembers.size(); ++place) {
     const auto found = json.find(kMembers[place].name);
     if (found != json.end()) addKeys(*found, place, asked);
@@ -76,6 +107,7 @@ Asked parseAsked(std::string_view body) {
     asked.host.push_back({zrhost::QuestionPart::Kind::kDefault, {}, {}});
     asked.live.addDefault();
   }
+  if (switchOf(json, "all")) addPart("all", "", asked);
   if (asked.live.empty()) refuse("nothing is asked");
   if (switchOf(json, "members")) {
     asked.host = zrhost::withGroups(std::move(asked.host));
@@ -98,6 +130,7 @@ AdminReply answer(const Desk& desk, const Asked& asked) {
   snapshot->ask(asked.live, found);
   const bool isReady = state == zrlive::LiveState::kReady;
   json["source"] = zrlive::nameOf(snapshot->source());
+  json["generation"] = snapshot->generation();
   json["revision"] = snapshot->revision();
   json["action"] = (isReady ? verdictFor(found, rules->service) : verdictWithout(state, rules->service)).action();
   std::string text = json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);

@@ -27,7 +27,10 @@ TEST(Usage, HelpAndVersionSucceedAndTheManualPageHasEveryOptionOfTheHelp) {
                              {"load", "--help"},
                              {"check", "--help"},
                              {"export", "--help"},
-                             {"test", "--help"}}) {
+                             {"test", "--help"},
+                             {"status", "--help"},
+                             {"reload", "--help"},
+                             {"ask", "--help"}}) {
     const CommandResult result = runCommand(words);
     EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.out, testing::AllOf(StartsWith("NAME\n    zrpolicy"), HasSubstr("\nEXIT STATUS\n")));
@@ -95,7 +98,7 @@ TEST(Usage, CompletionOffersWhatTheCommandTakesAndNoMore) {
   folder.write("my file", "");
   const std::string ini = folder.write("odbc.ini", "[policies]\nDriver=x\n[my source]\nDriver=x\n");
   const std::pair<const char*, const char*> cases[] = {
-      {"''", "init|lookup|explain|load|check|export|import|copy|test|diff|config|help|"},
+      {"''", "init|lookup|explain|load|check|export|import|copy|test|diff|status|reload|ask|config|help|"},
       {"lookup --js", "--json|"},
       {"load --js", ""},
       {"config check ''", "--help|--config|"},
