@@ -83,7 +83,7 @@ TEST_F(ServiceCommands, AcceptWhatIsHeldBack) {
 
 TEST_F(ServiceCommands, AnswerLoggedDecisionsAgain) {
   const std::string line =
-      R"({"time":"t","queue_id":"Q","questions":[{"type":"user","key":"john@example.org"}],"members":false,"results":)"
+      R"({"time":"t","queue_id":"Q","questions":[{"type":"user","key":"john@example.org"}],"results":)"
       R"([{"policy_id":20,"priority":10},{"policy_id":14,"priority":20},{"policy_id":21,"priority":20}],)"
       R"("action":"BCC archive@example.org"})";
   const Words again{"lookup", "--stdin", "--decisions"};
