@@ -8,9 +8,27 @@
 namespace zrservice {
 namespace {
 
-constexpr std::string_view kWordsOfPostfix[] = {
-    "DUNNO", "OK",      "REJECT", "DEFER_IF_PERMIT", "DEFER_IF_REJECT", "DEFER", "PREPEND",  "HOLD", "WARN", "DISCARD",
-    "FILTER", "REDIRECT", "BCC", "INFO",  "PERMIT", "NOTFOUND", "TEMP", "PERM",  "4xx", "5xx", "other"};
+constexpr std::string_view kWordsOfPostfix[] = {"DUNNO",
+                                                "OK",
+                                                "REJECT",
+                                                "DEFER_IF_PERMIT",
+                                                "DEFER_IF_REJECT",
+                                                "DEFER",
+                                                "PREPEND",
+                                                "HOLD",
+                                                "WARN",
+                                                "DISCARD",
+                                                "FILTER",
+                                                "REDIRECT",
+                                                "BCC",
+                                                "INFO",
+                                                "PERMIT",
+                                                "NOTFOUND",
+                                                "TEMP",
+                                                "PERM",
+                                                "4xx",
+                                                "5xx",
+                                                "other"};
 constexpr std::size_t kNumbers = AnswerWords::kWords - 3;  // where 4xx stands
 static_assert(std::size(kWordsOfPostfix) == AnswerWords::kWords);
 

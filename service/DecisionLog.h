@@ -24,11 +24,11 @@ struct Decision {
 };
 
 // Writes decisions about requests of the policy protocol as one JSON object a line: time, instance, queue_id,
-// protocol_state, questions (the groups of the users among them), revision (null where no policies were asked), results,
-// action, microseconds. Lookups of the socketmap protocol belong to no mail, and are not logged.
+// protocol_state, questions (the groups of the users among them), revision (null where no policies were asked),
+// results, action, microseconds. Lookups of the socketmap protocol belong to no mail, and are not logged.
 //
-// Writing never delays an answer: decisions wait in a queue of a bounded size for a thread of the log's own, which makes
-// lines of them, and what finds it full is dropped and counted.
+// Writing never delays an answer: decisions wait in a queue of a bounded size for a thread of the log's own, which
+// makes lines of them, and what finds it full is dropped and counted.
 //
 // Threads: note, reopen and the counts by any number at once.
 class DecisionLog {

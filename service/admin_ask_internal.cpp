@@ -5,9 +5,9 @@
 
 #include "host/ask/Answer.h"
 #include "host/base/HostError.h"
-#include "host/format/AnswerJson.h"
 #include "host/explain/Explainer.h"
 #include "host/explain/ExplanationJson.h"
+#include "host/format/AnswerJson.h"
 #include "live/LiveError.h"
 #include "service/Verdict.h"
 

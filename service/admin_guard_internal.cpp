@@ -24,8 +24,8 @@ bool isOwnName(const std::string& name) {
 bool isOwnHost(const std::string& host) {
   const std::size_t end = host.starts_with('[') ? host.find(']') + 1 : host.find(':');
   const std::string name = host.substr(0, end), rest = host.substr(name.size());
-  const bool isPort = rest.empty() || (rest.size() > 1 && rest[0] == ':' &&
-                                       rest.find_first_not_of("0123456789", 1) == rest.npos);
+  const bool isPort =
+      rest.empty() || (rest.size() > 1 && rest[0] == ':' && rest.find_first_not_of("0123456789", 1) == rest.npos);
   return isPort && isOwnName(name);
 }
 

@@ -85,9 +85,8 @@ bool DecisionLine::isRedacted(std::string_view what) const {
 
 bool DecisionLine::isRedacted(const DecisionRecord& record, Kind kind, std::string_view key) const {
   if (m_redact.empty() || key.empty()) return false;
-  return isRedacted(wordOf(kind)) ||
-         (isRedacted("recipient") && kind != Kind::kGroup && kind != Kind::kDefault &&
-          isOf(zrhost::lowered(knownValue(record.recipient)), zrhost::lowered(key)));
+  return isRedacted(wordOf(kind)) || (isRedacted("recipient") && kind != Kind::kGroup && kind != Kind::kDefault &&
+                                      isOf(zrhost::lowered(knownValue(record.recipient)), zrhost::lowered(key)));
 }
 
 std::string DecisionLine::shown(const DecisionRecord& record, Kind kind, std::string_view key) const {

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::chrono::seconds kLimit{5};
 constexpr std::size_t kMostHttpBytes = kMostBodyBytes * 2;  // the headers included
-constexpr int kPause = 100;                                    // ms, where the process may have no more descriptors
+constexpr int kPause = 100;                                 // ms, where the process may have no more descriptors
 
 }  // namespace
 

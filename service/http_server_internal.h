@@ -14,8 +14,8 @@ namespace zrservice {
 inline constexpr std::size_t kMostBodyBytes = std::size_t{64} << 10U;
 
 // Serves HTTP on a socket that listens already, a Unix socket included. Each of its few threads takes one connection at
-// a time and answers one request of it. Whoever asks has five seconds to send it, and as long to take the answer: who is
-// slow or silent keeps a thread no longer, who sends without end is cut off, and no number of connections takes more
+// a time and answers one request of it. Whoever asks has five seconds to send it, and as long to take the answer: who
+// is slow or silent keeps a thread no longer, who sends without end is cut off, and no number of connections takes more
 // than one descriptor a thread. stop() ends them, whatever they wait for.
 //
 // Routes are added to http() before start. Threads: start and stop by one.

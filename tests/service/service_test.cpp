@@ -160,7 +160,7 @@ TEST_F(ServiceTest, AnswersBothProtocolsAndFollowsTheDatabase) {
   EXPECT_THAT(http("GET", "/status"), HasSubstr("\"state\": \"ready\""));
   EXPECT_THAT(http("GET", "/metrics"), testing::EndsWith("# EOF\n"));
   EXPECT_THAT(http("POST", "/reload"), HasSubstr("\"result\":\"loaded\""));
-  EXPECT_THAT(http("GET", "/reload"), HasSubstr(" 404 "));
+  EXPECT_THAT(http("GET", "/reload"), HasSubstr(" 405 "));
   EXPECT_THAT(http("GET", "/status", "Origin: http://localhost\r\n"), HasSubstr(" 403 "));
 }
 
