@@ -89,7 +89,7 @@ constexpr Cause kConnect[] = {
     {"", kAny, "could not translate host name", kUnreachable,
      "names a host that is unknown; correct Servername in odbc.ini, or check the name service"},
     {"", kAny, "timeout expired", kUnreachable,
-     "does not answer: what listens there says nothing; check the server, or give it more time (--connect-timeout)"},
+     "does not answer: what listens there says nothing; check the server, or give it more time (connect_timeout)"},
     {"", kAny, "no password supplied", kUnreachable,
      "asks for a password and none was given; give one with --password-file or in ZRPOLICY_PASSWORD"},
     {"", kAny, "FATAL: database \"\" does not exist", kUnreachable,

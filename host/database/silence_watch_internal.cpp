@@ -15,7 +15,7 @@ constexpr int kTicksInATimeOut = 16;
 
 SilenceWatch::SilenceWatch(const DatabaseOptions& options)
     : m_text(oneLine("no answer from " + placeOf(options) + " for " + std::to_string(options.readTimeout) +
-                     " s; look after the server, or give it more time (--read-timeout)")),
+                     " s; look after the server, or give it more time (read_timeout)")),
       m_onSilence(options.onSilence),
       m_tick(options.readTimeout * 1000 / kTicksInATimeOut),
       m_readTicks(kTicksInATimeOut + 1),
