@@ -53,6 +53,10 @@ void Worker::remove(const Connection* connection) {
   open -= m_connections.remove_if([connection](const auto& each) { return each.get() == connection; });
 }
 
+void Worker::complain(const char* what, const char* why) {
+  if (m_complaint.isTime()) PolicyLog::log(PolicyLog::LEVEL_WARNING, "%s: %s", what, why);
+}
+
 // One timer for all connections: a request costs none.
 void Worker::sweep() {
   m_sweep.expires_after(kSweepEach);

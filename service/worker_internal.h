@@ -10,6 +10,7 @@
 
 #include "service/Answerer.h"
 #include "service/Counters.h"
+#include "service/seldom_internal.h"
 
 namespace zrservice {
 
@@ -46,6 +47,8 @@ class Worker {
   void add(const std::shared_ptr<Connection>& connection);
   void remove(const Connection* connection);
   bool isDraining() const { return m_isDraining; }
+  // Logs a warning, but not each of thousands.
+  void complain(const char* what, const char* why);
 
   Counters counters;
   std::atomic<std::size_t> open{0};
@@ -59,6 +62,7 @@ class Worker {
   asio::steady_timer m_sweep;
   std::list<std::shared_ptr<Connection>> m_connections;
   bool m_isDraining = false;
+  Seldom m_complaint{std::chrono::seconds(1)};
   asio::executor_work_guard<asio::io_context::executor_type> m_guard = asio::make_work_guard(m_context);
   std::thread m_thread;
 };
