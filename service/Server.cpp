@@ -10,9 +10,7 @@
 #include <utility>
 
 #include "host/base/FileDescriptor.h"
-#include "service/seldom_internal.h"
 #include "service/stream_connection_internal.h"
-#include "support/PolicyLog.h"
 
 namespace zrservice {
 namespace {
@@ -21,7 +19,6 @@ using zrhost::FileDescriptor;
 
 // Where the process may have no more descriptors, it waits for so long before it tries again.
 constexpr std::chrono::milliseconds kPause{100};
-constexpr std::chrono::seconds kComplainEach{10};
 constexpr int kAtOnce = 64;
 constexpr int kMostWaiting = 4096;  // more than a system keeps waiting at a socket
 
@@ -58,7 +55,6 @@ struct Server::Parts {
     Protocol protocol;
     asio::posix::stream_descriptor waiter;
     asio::steady_timer pause;
-    Seldom complaint{kComplainEach};
   };
 
   // A connection that was accepted and is not with its worker yet.
@@ -128,7 +124,7 @@ void Server::Parts::Acceptor::acceptSome() {
 }
 
 void Server::Parts::Acceptor::waitForBetterTimes(const char* why) {
-  if (complaint.isTime()) PolicyLog::log(PolicyLog::LEVEL_WARNING, "cannot take a connection: %s", why);
+  server.workers[0]->complain("cannot take a connection", why);
   pause.expires_after(kPause);
   pause.async_wait([this](const asio::error_code& error) {
     if (!error) wait();

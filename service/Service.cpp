@@ -6,9 +6,11 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <fcntl.h>
 #include <memory>
 #include <optional>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 #include "host/base/HostError.h"
@@ -83,6 +85,14 @@ void sayWarnings(const zrhost::Settings& settings) {
 int threadsOf(const zrhost::ServiceSection& service) {
   if (service.threads > 0) return service.threads;
   return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostThreads);
+}
+
+// A process that was started without standard error would log into whatever it opens first, a connection in the end.
+void openStandardDescriptors() {
+  int descriptor = 0;
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO)
+    descriptor = open("/dev/null", O_RDWR);
+  if (descriptor > STDERR_FILENO) close(descriptor);
 }
 
 void makeRoomForConnections(const zrhost::ServiceSection& service) {
@@ -247,6 +257,7 @@ int Running::run() {
 }  // namespace
 
 int runService(const std::string& configFile) {
+  openStandardDescriptors();
   return Running(configFile).run();
 }
 

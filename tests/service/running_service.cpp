@@ -24,12 +24,6 @@ namespace {
 
 constexpr unsigned kLongestLife = 280;  // seconds; a daemon outlives no test that was killed by much
 
-void limitWaits(int descriptor) {
-  const timeval limit{60, 0};
-  setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-  setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-}
-
 }  // namespace
 
 bool comesTrue(const std::function<bool()>& condition) {
@@ -40,26 +34,32 @@ bool comesTrue(const std::function<bool()>& condition) {
   return false;
 }
 
-Client::Client(const std::string& path) : m_socket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+Client::Client(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   path.copy(address.sun_path, sizeof address.sun_path - 1);
-  limitWaits(m_socket);
-  m_isOpen = connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+  connectTo(reinterpret_cast<sockaddr*>(&address), sizeof address);
 }
 
-Client::Client(int port, bool isIpv6) : m_socket(socket(isIpv6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_in four{};
-  four.sin_family = AF_INET;
-  four.sin_port = htons(static_cast<std::uint16_t>(port));
-  four.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+Client::Client(int port, bool isIpv6) {
   sockaddr_in6 six{};
   six.sin6_family = AF_INET6;
-  six.sin6_port = four.sin_port;
+  six.sin6_port = htons(static_cast<std::uint16_t>(port));
   six.sin6_addr = in6addr_loopback;
-  limitWaits(m_socket);
-  m_isOpen = (isIpv6 ? connect(m_socket, reinterpret_cast<sockaddr*>(&six), sizeof six)
-                     : connect(m_socket, reinterpret_cast<sockaddr*>(&four), sizeof four)) == 0;
+  sockaddr_in four{};
+  four.sin_family = AF_INET;
+  four.sin_port = six.sin6_port;
+  four.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  isIpv6 ? connectTo(reinterpret_cast<sockaddr*>(&six), sizeof six)
+         : connectTo(reinterpret_cast<sockaddr*>(&four), sizeof four);
+}
+
+void Client::connectTo(const sockaddr* address, unsigned size) {
+  m_socket = socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const timeval limit{60, 0};
+  setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+  setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+  m_isOpen = connect(m_socket, address, size) == 0;
 }
 
 Client::~Client() {

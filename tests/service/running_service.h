@@ -7,6 +7,8 @@
 
 #include "common/temp_folder.h"
 
+struct sockaddr;
+
 namespace zrtest {
 
 // Whether it becomes true within half a minute.
@@ -35,7 +37,9 @@ class Client {
   bool hasEnded() const { return receiveAll().empty(); }
 
  private:
-  int m_socket;
+  void connectTo(const sockaddr* address, unsigned size);
+
+  int m_socket = -1;
   bool m_isOpen = false;
 };
 
