@@ -137,7 +137,6 @@ std::string errorOf(const AdminReply& reply) {
   for (const char* const name : {"error", "reason"})
     if (document.is_object() && document.contains(name) && document[name].is_string())
       return document[name].get<std::string>();
-  if (document.is_object() && document.contains("action")) return "the service has no policies yet";
   return "the service answers " + std::to_string(reply.status) + " " + reply.body;
 }
 

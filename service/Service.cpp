@@ -44,12 +44,24 @@ zrhost::Settings readSettings(const std::string& configFile) {
   return zrhost::Settings(request);
 }
 
-// What a settings file says that cannot be served by, before anything is done.
-void requireService(const Options& options) {
+// What settings say that cannot be served by.
+void requireOptions(const Options& options) {
+  if (options.database.file.empty() && options.database.dsn.empty())
+    throw zrhost::HostError(zrhost::ErrorKind::kUsage, "[database] names none; set file or dsn");
   requireActions(options.service);
   requireSocketSettings(options.service);
   DecisionLog::requireSettings(options.service);
   requireAddresses(options);
+  if (!options.service.user.empty()) (void)identityToTake(options.service.user);
+}
+
+// Before anything is done; a fault is told with the file that it is in.
+void requireService(const zrhost::Settings& settings) {
+  try {
+    requireOptions(settings.options());
+  } catch (const zrhost::HostError& error) {
+    throw zrhost::HostError(error.kind(), zrhost::terminalText(settings.file().path) + ": " + error.what());
+  }
 }
 
 zrlive::LiveOptions liveOptions(const zrhost::Settings& settings) {
@@ -175,7 +187,7 @@ void Running::start(Sockets sockets) {
 
 void Running::readAgain() {
   zrhost::Settings next = readSettings(m_configFile);
-  requireService(next.options());
+  requireService(next);
   sayWarnings(next);
   for (const std::string& name : restartNeeded(m_started, next))
     say(name + " has changed, which takes a restart");
@@ -239,9 +251,8 @@ void Running::end(const Signals& signals) {
 
 int Running::run() {
   applyLogLevel();
-  requireService(options());
+  requireService(m_settings);
   sayWarnings(m_settings);
-  (void)m_settings.database();  // that there is one
   const std::optional<Identity> identity = identityToTake(options().service.user);
   const Signals signals;
   makeRoomForConnections(options().service);
@@ -264,7 +275,7 @@ int runService(const std::string& configFile) {
 int checkService(const std::string& configFile) {
   const zrhost::Settings settings = readSettings(configFile);
   zrhost::setLogLevel(settings.options().log.level);
-  requireService(settings.options());
+  requireService(settings);
   sayWarnings(settings);
   const zrlive::LiveStatus found = zrlive::LivePolicies::check(liveOptions(settings));
   std::printf("settings are fine; the database has revision %lld with %llu policies, %llu links, %llu members\n",

@@ -126,6 +126,7 @@ AdminReply answer(const Desk& desk, const Asked& asked) {
   json["state"] = zrlive::nameOf(state);
   if (!snapshot) {
     json["action"] = verdictWithout(state, rules->service).action();
+    json["error"] = "the service has no policies yet";
     return {503, json.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + '\n'};
   }
   zrlive::Answer found;
