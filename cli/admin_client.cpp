@@ -87,6 +87,7 @@ std::string reasonOf(httplib::Error error, int why) {
   const bool isSilent = error == httplib::Error::ConnectionTimeout || error == httplib::Error::Read ||
                         (error == httplib::Error::Connection && why == EAGAIN);
   if (isSilent) return "it said nothing for " + std::to_string(kSeconds) + " s";
+  if (error == httplib::Error::Connection && why == EINPROGRESS) return "nobody takes the connection";
   return error == httplib::Error::Connection && why != 0 ? std::strerror(why) : httplib::to_string(error);
 }
 

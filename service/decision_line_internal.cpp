@@ -12,6 +12,7 @@
 #include "host/base/HostError.h"
 #include "host/base/terminal_text.h"
 #include "host/mend/name_mend.h"
+#include "policy/ZrPolicyCache.h"
 #include "service/QuestionRules.h"
 
 namespace zrservice {
@@ -60,6 +61,12 @@ std::string readKey(const std::string& path) {
   return *text;
 }
 
+// A link's name may be written with entities, which no question has.
+std::string asAsked(std::string_view name) {
+  std::string text(name);
+  return name.find("&#") == name.npos ? text : ZrPolicyCache().UnescapeLatinHtmlUnicode(text);
+}
+
 // Whether a key may have been made of the recipient, whose extension or domain it may lack.
 bool isOf(std::string_view recipient, std::string_view key) {
   const std::string_view local = key.substr(0, key.rfind('@'));
@@ -90,7 +97,8 @@ bool DecisionLine::isRedacted(const DecisionRecord& record, Kind kind, std::stri
 }
 
 std::string DecisionLine::shown(const DecisionRecord& record, Kind kind, std::string_view key) const {
-  return isRedacted(record, kind, key) ? hashed(key) : std::string(key);
+  const std::string asked = asAsked(key);
+  return isRedacted(record, kind, asked) ? hashed(asked) : std::string(key);
 }
 
 // Tells equal names, which have no case, and without the key nothing else.

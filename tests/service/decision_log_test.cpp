@@ -110,10 +110,13 @@ TEST_F(DecisionLogTest, HidesWhatIsToBeHidden) {
     EXPECT_THAT(text, HasSubstr("\"policy_id\":20"));
   }
   m_settings.redact = {"user"};
-  const auto hashOf = [this](const char* name) {
+  const auto lineOf = [this](const char* name) {
     std::filesystem::remove(m_settings.decisionLog);
-    return json::parse(logged(std::string("sasl_username=") + name))["questions"][0]["key"];
+    return json::parse(logged(std::string("sasl_username=") + name));
   };
+  const auto hashOf = [&](const char* name) { return lineOf(name)["questions"][0]["key"]; };
+  const json renee = lineOf("ren\xc3\xa9\x65@example.org");  // whose links are written with an entity
+  EXPECT_EQ(renee["results"][0]["entity_name"], renee["questions"][0]["key"]);
   EXPECT_EQ(hashOf("JOHN@example.org"), hashOf("john@example.org"));
   const json before = hashOf("john@example.org");
   m_folder.write("key", "another key of sixteen bytes");
