@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <exception>
 #include <fcntl.h>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -44,6 +45,14 @@ zrhost::Settings readSettings(const std::string& configFile) {
   return zrhost::Settings(request);
 }
 
+void requireFolder(const std::string& stateFolder) {
+  std::error_code error;
+  if (std::filesystem::is_directory(stateFolder, error)) return;
+  throw zrhost::HostError(zrhost::ErrorKind::kInputOutput, "[service] state_folder = \"" +
+                                                               zrhost::shortened(stateFolder) +
+                                                               "\": " + (error ? error.message() : "no folder"));
+}
+
 // What settings say that cannot be served by.
 void requireOptions(const Options& options) {
   if (options.database.file.empty() && options.database.dsn.empty())
@@ -52,6 +61,7 @@ void requireOptions(const Options& options) {
   requireSocketSettings(options.service);
   DecisionLog::requireSettings(options.service);
   requireAddresses(options);
+  requireFolder(options.service.stateFolder);
   if (!options.service.user.empty()) (void)identityToTake(options.service.user);
 }
 

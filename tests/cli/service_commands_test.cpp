@@ -92,11 +92,11 @@ TEST_F(ServiceCommands, AnswerLoggedDecisionsAgain) {
   EXPECT_TRUE(json::parse(run(again, line).out)["differs"]);
   EXPECT_EQ(run(again, "{}\n").status, 65);
   const std::string asked =
-      R"({"questions":[{"type":"user","key":"intern@example.org"},{"type":"group","key":"board"}],"results":[]})";
-  EXPECT_THAT(run(again, asked).out, testing::AllOf(HasSubstr("\"board\""), testing::Not(HasSubstr("\"guests\""))));
+      R"({"questions":[{"type":"user","key":"john@example.org"},{"type":"group","key":"board"}],"results":[]})";
+  EXPECT_THAT(run(again, asked).out, testing::AllOf(HasSubstr("\"board\""), testing::Not(HasSubstr("\"sales\""))));
   Words now = again;
   now.push_back("--with-groups");  // those of now in place of those that were
-  EXPECT_THAT(run(now, asked).out, testing::AllOf(HasSubstr("\"guests\""), testing::Not(HasSubstr("\"board\""))));
+  EXPECT_THAT(run(now, asked).out, testing::AllOf(HasSubstr("\"sales\""), testing::Not(HasSubstr("\"board\""))));
   const std::string hidden =
       R"({"questions":[{"type":"user","key":"hmac:)" + std::string(32, '0') + R"("}],"results":[]})";
   EXPECT_THAT(run(again, hidden).out, HasSubstr("redacted"));

@@ -31,6 +31,7 @@ class AdminTest : public testing::Test {
     database.file = m_folder.file("policies.db");
     database.sqlDirectory = ZR_TEST_SCHEMA;
     zrhost::PolicyDatabase::init(database, {.sample = true, .force = false});
+    m_options.service.user = "nobody";  // who has the socket's file when root runs this
     m_live.databaseFile = database.file;
     m_live.sqlDirectory = database.sqlDirectory;
   }
