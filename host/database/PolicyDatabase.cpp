@@ -57,13 +57,13 @@ PolicyDatabase::PolicyDatabase(const DatabaseOptions& options) : m_parts(std::ma
 PolicyDatabase::~PolicyDatabase() = default;
 
 Revision PolicyDatabase::read(RowSink& sink) {
-  return m_parts->readAll([&](Session& session, const Revision& revision) {
-    readTables(session, revision, sink, kByPriority);
-  });
+  return m_parts->readAll(
+      [&](Session& session, const Revision& revision) { readTables(session, revision, sink, kByPriority); });
 }
 
 Revision PolicyDatabase::readByKey(RowSink& sink) {
-  return m_parts->readAll([&](Session& session, const Revision& revision) { readTablesByKey(session, revision, sink); });
+  return m_parts->readAll(
+      [&](Session& session, const Revision& revision) { readTablesByKey(session, revision, sink); });
 }
 
 Revision PolicyDatabase::revision() {

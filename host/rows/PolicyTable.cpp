@@ -79,8 +79,8 @@ std::array<Field*, 2> fieldsOf(MemberRow& row) {
 }
 
 std::optional<std::string> valueFault(const PolicyColumn& column, const Field& value) {
-  const bool isFine = !value ? column.mayBeAbsent
-                             : !column.isNumber || strictNumber(*value, column.least, column.most).has_value();
+  const bool isFine =
+      !value ? column.mayBeAbsent : !column.isNumber || strictNumber(*value, column.least, column.most).has_value();
   if (isFine) return std::nullopt;
   const std::string name = column.name;
   if (!value) return name + " is NULL";
