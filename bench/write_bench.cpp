@@ -1,8 +1,8 @@
 // What it costs to bring a million links into an empty policy database, against the database's own tool (`.import` of
 // sqlite3, `COPY` of psql) and the same rows, tables and indexes. The tool is timed twice: into tables without the
 // triggers that raise the revision, which is the stricter measure, and into the tables as they are. Then the same rows
-// once more, which change nothing, and the same from a file, as an import has it. Then all of it out again, against the
-// tool's own way (`.dump`, `COPY`). Also the peaks of this program's resident memory above what it was before.
+// once more, which change nothing, and the same from a file, as an import has it, with and without the links' IDs. Then
+// all of it out again, against the tool's own way (`.dump`, `COPY`). Also the peaks of this program's resident memory.
 
 #include <cstdio>
 #include <cstdlib>
@@ -30,6 +30,7 @@ struct Place {
   std::string dropTriggers;
   std::string import;      // the tool's script that brings the rows in
   std::string policyFile;  // the same rows for an import
+  std::string unnumbered;  // and without their IDs
   std::string dump;        // the tool's script that takes them out
   std::string exported;    // where an export goes
 };
@@ -71,13 +72,20 @@ zrhost::Changes writeRows(const Place& place, std::int64_t links) {
   return changes;
 }
 
-std::string policyFile(const zrtest::TempFolder& folder, std::int64_t links) {
-  writeCsv(folder.file("ep_link.csv"), links, "link_id,entity_type,entity_name,policy_id,priority\n");
-  return folder.file("ep_link.csv");
+void writePolicyFiles(Place& place, const zrtest::TempFolder& folder, std::int64_t links) {
+  place.policyFile = folder.file("ep_link.csv");
+  writeCsv(place.policyFile, links, "link_id,entity_type,entity_name,policy_id,priority\n");
+  place.unnumbered = folder.file("unnumbered.csv");
+  std::ofstream csv(place.unnumbered);
+  csv << "entity_type,entity_name,policy_id,priority\n";
+  for (std::int64_t i = 0; i < links; ++i) {
+    const zrhost::LinkRow link = linkOf(i);
+    csv << *link.entityType << ',' << *link.entityName << ',' << *link.policyId << ',' << *link.priority << '\n';
+  }
 }
 
-void importFile(const Place& place) {
-  zrhost::PolicyFileInput input(place.policyFile);
+void importFile(const Place& place, const std::string& file) {
+  zrhost::PolicyFileInput input(file);
   if (zrhost::importRows(input, place.options, {}).rejected != 0) std::abort();
 }
 
@@ -92,7 +100,7 @@ void exportFile(const Place& place, zrhost::PolicyFileFormat format) {
 void measure(benchmark::State& state, const Place& place) {
   const std::int64_t links = state.range(0);
   double bare = 0, tool = 0, first = 0, again = 0, peak = 0, imported = 0, importPeak = 0;
-  double dump = 0, jsonLines = 0, csv = 0;
+  double unnumbered = 0, dump = 0, jsonLines = 0, csv = 0, exportPeak = 0;
   while (state.KeepRunning()) {
     empty(place, false);
     bare += zrbench::secondsFor([&] { place.run(place.import); });
@@ -106,11 +114,15 @@ void measure(benchmark::State& state, const Place& place) {
     peak = zrbench::memory("VmHWM") - before;
     empty(place, true);
     zrbench::forgetPeak();
-    imported += zrbench::secondsFor([&] { importFile(place); });
+    unnumbered += zrbench::secondsFor([&] { importFile(place, place.unnumbered); });
+    empty(place, true);
+    imported += zrbench::secondsFor([&] { importFile(place, place.policyFile); });
     importPeak = zrbench::memory("VmHWM");
+    zrbench::forgetPeak();
     dump += zrbench::secondsFor([&] { place.run(place.dump); });
     jsonLines += zrbench::secondsFor([&] { exportFile(place, zrhost::PolicyFileFormat::kJsonLines); });
     csv += zrbench::secondsFor([&] { exportFile(place, zrhost::PolicyFileFormat::kCsv); });
+    exportPeak = zrbench::memory("VmHWM");
   }
   const auto times = static_cast<double>(state.iterations());
   state.counters["tool_s"] = bare / times;
@@ -122,8 +134,10 @@ void measure(benchmark::State& state, const Place& place) {
   state.counters["importing/tool"] = imported / bare;
   state.counters["importing/tool_with_triggers"] = imported / tool;
   state.counters["importing_peak_MiB"] = importPeak / 1024;  // of the whole program
+  state.counters["importing_unnumbered/tool"] = unnumbered / bare;
   state.counters["exporting/tool"] = jsonLines / dump;
   state.counters["exporting_csv/tool"] = csv / dump;
+  state.counters["exporting_peak_MiB"] = exportPeak / 1024;
 }
 
 void writeToSqlite(benchmark::State& state) {
@@ -131,7 +145,7 @@ void writeToSqlite(benchmark::State& state) {
   Place place;
   place.options.file = folder.file("policies.db");
   writeCsv(folder.file("links.csv"), state.range(0));
-  place.policyFile = policyFile(folder, state.range(0));
+  writePolicyFiles(place, folder, state.range(0));
   place.run = [&](const std::string& script) {
     zrtest::outputOf("sqlite3 -bail '" + place.options.file + "' < '" + folder.write("script.sql", script) + "'");
   };
@@ -156,7 +170,7 @@ void writeToPostgres(benchmark::State& state) {
   place.options.user = zrtest::PostgresServer::kUser;
   entries.addPostgres(database, server.socketFolder(), database);
   writeCsv(folder.file("links.csv"), state.range(0));
-  place.policyFile = policyFile(folder, state.range(0));
+  writePolicyFiles(place, folder, state.range(0));
   place.run = [&](const std::string& script) { server.run(database, script); };
   for (const char* table : {"policy", "policy_rule", "ep_link", "group_member"})
     place.dropTriggers += std::string("ALTER TABLE ") + table + " DISABLE TRIGGER USER;\n";

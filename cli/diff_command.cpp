@@ -23,8 +23,8 @@ constexpr char kDescription[] =
     "has and B has not (-), and that differ (~) with the columns that do, in the order of tables and keys, and how "
     "many of each there are. Links are told by their link_id.\n"
     "\n"
-    "With --questions, asks both the questions of a file, one for each line as lookup --stdin takes them, and shows "
-    "those whose answer differs: in policies, their order, priorities or actions.\n"
+    "With --questions, asks both the questions of a file, one for each line as lookup --stdin takes them (# begins a "
+    "comment), and shows those whose answer differs: in policies, their order, priorities or actions.\n"
     "\n"
     "Status 0 when nothing differs, 1 when something does. --db-user and --password-file hold for each data source.\n";
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cli/exit_status.h"
+#include "host/base/text_lines.h"
 #include "host/format/AnswerJson.h"
 
 namespace zrcli {
@@ -89,6 +90,7 @@ int answerEachLine(const std::function<void(const std::string&, StandardOutput&)
   std::string line;
   bool allWereQuestions = true;
   for (std::uint64_t number = 1; input.next(line); ++number) {
+    if (number == 1) zrhost::dropByteOrderMark(line);
     if (line.empty()) continue;
     try {
       answer(line, output);

@@ -128,7 +128,8 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
                         self->m_isWriting = false;
                         self->m_reply.clear();
                         if (error || self->m_isClosing) return self->close();
-                        self->m_since = Clock::now();
+                        // What has begun meanwhile goes by its own first byte.
+                        if (self->m_start == self->m_end) self->m_since = Clock::now();
                         self->serve();
                       });
   }

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <string_view>
 #include <sys/stat.h>
 
 #include "host/base/HostError.h"
@@ -19,6 +20,11 @@ namespace {
 
 }  // namespace
 
+void dropByteOrderMark(std::string& line) {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  if (line.starts_with(kMark)) line.erase(0, kMark.size());
+}
+
 void forEachLine(const std::string& path, const std::function<void(const std::string&, std::uint64_t)>& use) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) failToRead(path, errno, std::strerror(errno));
@@ -28,6 +34,7 @@ void forEachLine(const std::string& path, const std::function<void(const std::st
   if (!file) failToRead(path, errno, std::strerror(errno));
   std::string line;
   for (std::uint64_t number = 1; std::getline(file, line); ++number) {
+    if (number == 1) dropByteOrderMark(line);
     if (line.ends_with('\r')) line.pop_back();
     use(line, number);
   }

@@ -6,8 +6,12 @@
 
 namespace zrhost {
 
-// Calls `use` with each line of a text file, without its line feed and a carriage return in front of that, and its
-// number from 1. Throws HostError kNoInput (there is no such file) or kInputOutput, and what `use` throws.
+// Takes the byte-order mark off the first line of a text, as editors of some systems put it there.
+void dropByteOrderMark(std::string& line);
+
+// Calls `use` with each line of a text file, without its line feed and a carriage return in front of that, the first
+// one without a byte-order mark, and its number from 1. Throws HostError kNoInput (there is no such file) or
+// kInputOutput, and what `use` throws.
 void forEachLine(const std::string& path,
                  const std::function<void(const std::string& line, std::uint64_t number)>& use);
 

@@ -42,11 +42,12 @@ Revision beginReadingAll(std::optional<Transaction>& transaction, Session& sessi
 struct PolicyDatabase::Parts : Source {
   using Source::Source;
 
-  Revision readAll(RowSink& sink, const char* linkStatement) {
+  template <typename ReadTables>
+  Revision readAll(ReadTables readTheTables) {
     Session session(*this);
     std::optional<Transaction> transaction;
     Revision revision = beginReadingAll(transaction, session);
-    readTables(session, revision, sink, linkStatement);
+    readTheTables(session, revision);
     return revision;
   }
 };
@@ -56,11 +57,13 @@ PolicyDatabase::PolicyDatabase(const DatabaseOptions& options) : m_parts(std::ma
 PolicyDatabase::~PolicyDatabase() = default;
 
 Revision PolicyDatabase::read(RowSink& sink) {
-  return m_parts->readAll(sink, kByPriority);
+  return m_parts->readAll(
+      [&](Session& session, const Revision& revision) { readTables(session, revision, sink, kByPriority); });
 }
 
 Revision PolicyDatabase::readByKey(RowSink& sink) {
-  return m_parts->readAll(sink, kByKey);
+  return m_parts->readAll(
+      [&](Session& session, const Revision& revision) { readTablesByKey(session, revision, sink); });
 }
 
 Revision PolicyDatabase::revision() {

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <limits>
 #include <random>
+#include <string_view>
 #include <thread>
 
 #include "host/base/strict_number.h"
@@ -68,6 +69,13 @@ std::string databaseKind(const ZrDbConnect& connection) {
          " is damaged: policy_revision has lost its row; put one back, with a new epoch: INSERT INTO policy_revision "
          "(epoch, revision, schema_version) VALUES ('" +
              randomEpoch() + "', 0, " + std::to_string(version) + ")");
+}
+
+// Statements of files have blanks in front.
+bool isBegin(const std::string& sql) {
+  constexpr std::string_view kBegin = "begin";
+  const std::size_t start = std::min(sql.find_first_not_of(' '), sql.size());
+  return lowerCase(sql.substr(start, kBegin.size())) == kBegin;
 }
 
 SQLRETURN executeDirect(ZrDbConnect& connection, const std::string& sql) {
@@ -223,7 +231,7 @@ void Session::execute(const std::string& sql) {
 void Session::waitForLocks(const std::string& sql) {
   constexpr int least = 100;
   // The driver waits twice for a transaction to begin.
-  const int left = std::max(lowerCase(sql.substr(0, 5)) == "begin" ? m_lockWait / 2 : m_lockWait, least);
+  const int left = std::max(isBegin(sql) ? m_lockWait / 2 : m_lockWait, least);
   if (m_lockSet >= 0 && std::abs(m_lockSet - left) < least) return;
   executeDirect(*m_connection, "PRAGMA busy_timeout = " + std::to_string(left));
   m_lockSet = left;

@@ -1,5 +1,7 @@
 #include "host/database/table_reading_internal.h"
 
+#include "host/database/link_batches_internal.h"
+
 namespace zrhost {
 namespace {
 
@@ -28,13 +30,8 @@ void readRules(Session& session, RowSink& sink) {
 
 void readLinks(Session& session, RowSink& sink, const char* statement) {
   session.run(statement);
-  for (LinkRow row; session.next(); sink.onLink(row)) {
-    session.take("link_id", row.linkId);
-    session.take("entity_type", row.entityType);
-    session.take("entity_name", row.entityName);
-    session.take("policy_id", row.policyId);
-    session.take("priority", row.priority);
-  }
+  for (LinkRow row; session.next(); sink.onLink(row))
+    takeLink(session, row);
 }
 
 void readMembers(Session& session, RowSink& sink) {
@@ -45,14 +42,33 @@ void readMembers(Session& session, RowSink& sink) {
   }
 }
 
-}  // namespace
-
-void readTables(Session& session, const Revision& revision, RowSink& sink, const char* linkStatement) {
+template <typename ReadLinks>
+void readAll(Session& session, const Revision& revision, RowSink& sink, ReadLinks readTheLinks) {
   sink.onRevision(revision);
   readPolicies(session, sink);
   readRules(session, sink);
-  readLinks(session, sink, linkStatement);
+  readTheLinks();
   if (revision.schemaVersion >= 2) readMembers(session, sink);
+}
+
+}  // namespace
+
+void takeLink(Session& session, LinkRow& row) {
+  session.take("link_id", row.linkId);
+  session.take("entity_type", row.entityType);
+  session.take("entity_name", row.entityName);
+  session.take("policy_id", row.policyId);
+  session.take("priority", row.priority);
+}
+
+void readTables(Session& session, const Revision& revision, RowSink& sink, const char* linkStatement) {
+  readAll(session, revision, sink, [&] { readLinks(session, sink, linkStatement); });
+}
+
+void readTablesByKey(Session& session, const Revision& revision, RowSink& sink) {
+  readAll(session, revision, sink, [&] {
+    if (!readLinkBatches(session, sink)) readLinks(session, sink, kByKey);
+  });
 }
 
 }  // namespace zrhost

@@ -10,7 +10,7 @@ std::vector<PlacedQuestion> readQuestions(const std::string& path) {
   std::vector<PlacedQuestion> questions;
   LineFaults faults(path);
   forEachLine(path, [&](const std::string& line, std::uint64_t number) {
-    if (line.empty()) return;
+    if (line.empty() || line.front() == '#') return;
     faults.gather(number, [&] { questions.push_back({number, line, parseQuestion(line)}); });
   });
   faults.throwIfAny();

@@ -16,8 +16,9 @@ struct PlacedQuestion {
   Question question;
 };
 
-// Reads the questions of a file, one for each line, as parseQuestion takes them; empty lines say nothing. Throws
-// HostError kNoInput, kInputOutput, and kBadRow with the first line that is no question and the number of such lines.
+// Reads the questions of a file, one for each line, as parseQuestion takes them; empty lines and those that begin with
+// # say nothing. Throws HostError kNoInput, kInputOutput, and kBadRow with the first line that is no question and the
+// number of such lines.
 std::vector<PlacedQuestion> readQuestions(const std::string& path);
 
 // A question whose answers in two states differ.

@@ -55,10 +55,14 @@ class MendingSink : public RowSink {
   void onRevision(const Revision& revision) override { m_check.onRevision(revision); }
   void onPolicy(PolicyRow& row) override { m_check.onPolicy(row); }
   void onRule(RuleRow& row) override { m_check.onRule(row); }
+  // Links of one ID, which come one behind the other, would all become the one that is mended: none of them is.
   void onLink(LinkRow& row) override {
+    const bool isAnother = m_lastLink != row.linkId;
+    m_lastLink = row.linkId;
     Mended<LinkRow> mended = check(row, &CheckSink::onLink);
     mendRangeOfOne(mended.after);
-    keep(std::move(mended), links);
+    if (isAnother) return keep(std::move(mended), links);
+    if (!links.empty() && links.back().before.linkId == m_lastLink) links.pop_back();
   }
   void onMember(MemberRow& row) override { keep(check(row, &CheckSink::onMember), members); }
 
@@ -88,6 +92,7 @@ class MendingSink : public RowSink {
 
   CheckOptions m_options;
   std::vector<ColumnValue> m_values;
+  Field m_lastLink;
   CheckSink m_check;
 };
 

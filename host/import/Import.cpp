@@ -91,8 +91,9 @@ bool isSameFile(const std::string& a, const std::string& b) {
   return !a.empty() && !b.empty() && std::filesystem::equivalent(a, b, unknown);
 }
 
-// What would be replaced by the rejected rows is not theirs.
+// What would be replaced by the rejected rows is not theirs; nor is standard output, where the summary goes.
 void refuseRejectsInPlace(const ImportSource& source, const DatabaseOptions& target, const std::string& rejects) {
+  if (rejects == "-") throw HostError(ErrorKind::kUsage, "--rejects takes a file, not standard output; name one");
   const bool isSource = isSameFile(rejects, source.path());
   if (!isSource && !isSameFile(rejects, target.file)) return;
   throw HostError(ErrorKind::kUsage, "--rejects " + terminalText(rejects) + " is the " +

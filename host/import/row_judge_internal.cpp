@@ -27,7 +27,8 @@ std::optional<std::string> RowJudge::faultOf(const LinkRow& link) {
   const auto type = static_cast<ZrEntityType>(number.value_or(ZrEntityType::OTHER));
   if (!isAddress(type)) return emptyName("entity_name", link.entityName);
   const auto refusal = m_entities.refusal(type, *link.entityName);
-  return refusal ? std::optional("entity_name " + refusal->message) : std::nullopt;
+  if (!refusal) return std::nullopt;
+  return std::string("entity_name") + (refusal->message.starts_with('\'') ? " " : ": ") + refusal->message;
 }
 
 RowJudge::Verdict RowJudge::judge(const AnyRow& row) {

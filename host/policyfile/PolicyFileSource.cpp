@@ -41,14 +41,20 @@ class Collector : public PlacedRowSink {
 PolicyFileSource::PolicyFileSource(std::string path, std::function<void(const RowFault&)> onFault)
     : m_path(std::move(path)), m_onFault(std::move(onFault)) {}
 
-Revision PolicyFileSource::readInto(RowSink& sink, void (HeldRows::*push)(RowSink&, RowPlace&)) {
-  Collector collector(m_onFault);
-  PolicyFileReader(m_path, {.judgeValues = false}).read(collector);
-  if (collector.faults > 0) {
-    const std::string more =
-        collector.faults > 1 ? " (" + std::to_string(collector.faults) + " such lines in all)" : "";
-    throw HostError(ErrorKind::kBadRow, terminalText(collector.first) + more);
+// What has been told already is not told again.
+std::string PolicyFileSource::textOf(std::uint64_t faults, const std::string& first) const {
+  const bool isOne = faults == 1;
+  if (m_onFault) {
+    return (m_path == "-" ? "standard input" : terminalText(m_path)) + ": " + std::to_string(faults) +
+           (isOne ? " line is no row; correct it" : " lines are no rows; correct them");
   }
+  return terminalText(first) + (isOne ? "" : " (" + std::to_string(faults) + " such lines in all)");
+}
+
+Revision PolicyFileSource::readInto(RowSink& sink, bool judgeValues, void (HeldRows::*push)(RowSink&, RowPlace&)) {
+  Collector collector(m_onFault);
+  PolicyFileReader(m_path, {.judgeValues = judgeValues}).read(collector);
+  if (collector.faults > 0) throw HostError(ErrorKind::kBadRow, textOf(collector.faults, collector.first));
   Revision revision;
   sink.onRevision(revision);
   (collector.rows.*push)(sink, m_place);
@@ -56,11 +62,11 @@ Revision PolicyFileSource::readInto(RowSink& sink, void (HeldRows::*push)(RowSin
 }
 
 Revision PolicyFileSource::read(RowSink& sink) {
-  return readInto(sink, &HeldRows::push);
+  return readInto(sink, false, &HeldRows::push);
 }
 
 Revision PolicyFileSource::readByKey(RowSink& sink) {
-  return readInto(sink, &HeldRows::pushByKey);
+  return readInto(sink, true, &HeldRows::pushByKey);
 }
 
 }  // namespace zrhost

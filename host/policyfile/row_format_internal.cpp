@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <csv.h>
 
 #include "host/base/utf8.h"
@@ -12,21 +11,30 @@
 namespace zrhost {
 namespace {
 
-bool needsEscape(char c) {
-  return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\';
-}
+constexpr char kNoEscape = '\0';
+constexpr char kByNumber = 'u';
 
-void appendEscape(std::string& line, char c) {
-  constexpr std::string_view kLetters = "\"\"\\\\\nn\rr\tt";  // pairs: the character, what stands for it
-  for (std::size_t i = 0; i < kLetters.size(); i += 2) {
-    if (kLetters[i] != c) continue;
-    line += '\\';
-    line += kLetters[i + 1];
-    return;
-  }
-  std::array<char, 8> escape{};
-  std::snprintf(escape.data(), escape.size(), "\\u%04x", static_cast<unsigned>(c));
-  line += escape.data();
+// What stands behind the backslash for each byte of a JSON text, where it needs one.
+constexpr std::array<char, 256> kEscapes = [] {
+  std::array<char, 256> escapes{};
+  for (std::size_t byte = 0; byte < 0x20; ++byte)
+    escapes[byte] = kByNumber;
+  for (const char itself : {'"', '\\'})
+    escapes[static_cast<unsigned char>(itself)] = itself;
+  escapes['\n'] = 'n';
+  escapes['\r'] = 'r';
+  escapes['\t'] = 't';
+  return escapes;
+}();
+
+void appendEscape(std::string& line, unsigned char byte, char escape) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  line += '\\';
+  line += escape;
+  if (escape != kByNumber) return;
+  line += "00";
+  line += kDigits[byte >> 4U];
+  line += kDigits[byte & 0xFU];
 }
 
 void appendJsonMember(std::string& line, const PolicyColumn& column, const std::string& value) {
@@ -51,13 +59,16 @@ bool isPlainCsv(std::string_view text) {
 
 void appendJsonText(std::string& line, std::string_view text) {
   line += '"';
-  while (!text.empty()) {
-    const auto* const escaped = std::find_if(text.begin(), text.end(), needsEscape);
-    const auto plain = static_cast<std::size_t>(escaped - text.begin());
-    line += text.substr(0, plain);
-    if (plain < text.size()) appendEscape(line, text[plain]);
-    text.remove_prefix(std::min(text.size(), plain + 1));
+  std::size_t taken = 0;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const auto byte = static_cast<unsigned char>(text[at]);
+    const char escape = kEscapes[byte];
+    if (escape == kNoEscape) continue;
+    line += text.substr(taken, at - taken);
+    appendEscape(line, byte, escape);
+    taken = at + 1;
   }
+  line += text.substr(taken);
   line += '"';
 }
 
@@ -121,12 +132,11 @@ void CsvRowFormat::appendHeader(std::string& text) const {
   text += kCsvLineEnd;
 }
 
-std::string CsvRowFormat::valueOf(const Column& column, const PolicyColumn& definition, const Field& field) {
-  if (!field) return {};
-  if (definition.isNumber) return *field;
-  const bool isPlain = isPlainCsv(*field);
-  if (column.part == Part::kPlain) return isPlain ? *field : std::string();
-  return isPlain ? std::string() : base64Of(*field);
+void CsvRowFormat::appendValue(std::string& text, Part part, const PolicyColumn& definition, const Field& field) {
+  if (!field) return;
+  if (definition.isNumber || isPlainCsv(*field) == (part == Part::kPlain)) {
+    appendCsvField(text, part == Part::kPlain ? *field : base64Of(*field));
+  }
 }
 
 void CsvRowFormat::appendRow(std::string& text, RowFields fields, std::string_view reason) const {
@@ -135,7 +145,7 @@ void CsvRowFormat::appendRow(std::string& text, RowFields fields, std::string_vi
     if (column.part == Part::kReason) {
       appendCsvField(text, reason);
     } else {
-      appendCsvField(text, valueOf(column, m_table.columns[column.index], *fields[column.index]));
+      appendValue(text, column.part, m_table.columns[column.index], *fields[column.index]);
     }
   }
   text += kCsvLineEnd;

@@ -44,7 +44,7 @@ class CsvRowFormat {
   };
 
   void add(const std::string& name);
-  static std::string valueOf(const Column& column, const PolicyColumn& definition, const Field& field);
+  static void appendValue(std::string& text, Part part, const PolicyColumn& definition, const Field& field);
 
   const PolicyTableFormat& m_table;
   std::vector<Column> m_columns;

@@ -79,9 +79,11 @@ std::array<Field*, 2> fieldsOf(MemberRow& row) {
 }
 
 std::optional<std::string> valueFault(const PolicyColumn& column, const Field& value) {
+  const bool isFine =
+      !value ? column.mayBeAbsent : !column.isNumber || strictNumber(*value, column.least, column.most).has_value();
+  if (isFine) return std::nullopt;
   const std::string name = column.name;
-  if (!value) return column.mayBeAbsent ? std::nullopt : std::optional(name + " is NULL");
-  if (!column.isNumber || strictNumber(*value, column.least, column.most)) return std::nullopt;
+  if (!value) return name + " is NULL";
   return name + " is '" + shortened(*value, kMostShown) + "', not a whole number from " + std::to_string(column.least) +
          " to " + std::to_string(column.most);
 }

@@ -49,12 +49,13 @@ TEST_F(DiffCommand, DatabasesAndFilesOfEveryFormatAreComparedByTheirContent) {
 }
 
 TEST_F(DiffCommand, QuestionsOfAFileAreAskedOfBoth) {
-  const std::string file = m_folder.write("questions", "user John@example.org\r\n\nuser mary@example.org\ndefault");
+  const std::string file =
+      m_folder.write("questions", "# who\nuser John@example.org\r\n\nuser mary@example.org\ndefault");
   const CommandResult result = runCommand({"diff", m_old, exported(m_new, "jsonl"), "--questions", file, "--json"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(
       result.out,
-      "{\"questions\":[{\"line\":1,\"question\":\"user John@example.org\",\"before\":[20,14,21],\"after\":[21,14]}],"
+      "{\"questions\":[{\"line\":2,\"question\":\"user John@example.org\",\"before\":[20,14,21],\"after\":[21,14]}],"
       "\"asked\":3,\"different\":1}\n");
   EXPECT_EQ(runCommand({"diff", m_old, m_old, "--questions", file, "--summary"}).out, "0 of 3 answers differ\n");
   runSql(m_new, {"INSERT INTO ep_link VALUES (90, 5, '10.0.0.1', 20, 1)"});

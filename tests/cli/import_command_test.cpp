@@ -66,6 +66,7 @@ TEST_F(ImportCommand, WhatCannotBeDoneHasAStatusAndALineOfItsOwn) {
   expectRefusal(run({"import", "--replace", "--remove", bad}), 64, "--remove");
   expectRefusal(run({"import"}), 64, "FILE is required");
   expectRefusal(run({"import", bad, "--rejects", m_database}), 64, "is the database itself");
+  expectRefusal(run({"import", bad, "--rejects", "-"}), 64, "not standard output");
   expectRefusal(run({"copy", "--from-database", m_database}), 64, "cannot be copied onto itself");
   expectRefusal(run({"copy"}), 64, "--from-database");
   expectRefusal(run({"check", "--fix", "--file", bad}), 64, "--f");

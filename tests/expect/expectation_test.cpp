@@ -86,7 +86,7 @@ TEST(ExpectationFile, BadLineIsNamedAndNothingIsWritten) {
 
 TEST(ExpectationFile, RecordingKeepsCommentsAndIsAsExpectedAfterwards) {
   const TempFolder folder;
-  const std::string file = folder.write("e", "# kept => 7\r\nuser a\n\ndefault => 9\nhost h => action x");
+  const std::string file = folder.write("e", "\xEF\xBB\xBF# kept => 7\r\nuser a\n\ndefault => 9\nhost h => action x");
   const auto ask = [](const zrhost::Question& question) {
     return question.front().kind == zrhost::QuestionPart::Kind::kDefault ? Answer() : answerOf({3, 4}, "OK");
   };

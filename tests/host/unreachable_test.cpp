@@ -16,12 +16,20 @@ namespace fs = std::filesystem;
 
 namespace {
 int g_failingColumnCounts = 0;  // how many of the next calls fail, as those of a driver that runs out of memory do
-}
+std::string g_executed;         // each statement behind a semicolon
+}  // namespace
 
 extern "C" __attribute__((visibility("default"))) SQLRETURN SQLNumResultCols(SQLHSTMT statement, SQLSMALLINT* count) {
   static const auto real = reinterpret_cast<decltype(&SQLNumResultCols)>(dlsym(RTLD_NEXT, "SQLNumResultCols"));
   if (g_failingColumnCounts > 0) return --g_failingColumnCounts, SQL_ERROR;
   return real(statement, count);
+}
+
+extern "C" __attribute__((visibility("default"))) SQLRETURN SQLExecDirect(SQLHSTMT handle, SQLCHAR* sql,
+                                                                          SQLINTEGER size) {
+  static const auto real = reinterpret_cast<decltype(&SQLExecDirect)>(dlsym(RTLD_NEXT, "SQLExecDirect"));
+  g_executed += std::string(";") + reinterpret_cast<const char*>(sql);
+  return real(handle, sql, size);
 }
 
 namespace zrtest {
@@ -83,6 +91,8 @@ TEST(Unreachable, FilesThatCannotBeOpenedAreToldApartAndNeverMade) {
 TEST(Unreachable, LockIsWaitedForOnceWhateverTheNumberOfConnections) {
   const auto place = makeSqlitePlace();
   PolicyDatabase::init(place->options(), {});
+  EXPECT_THAT(g_executed, testing::ContainsRegex(";PRAGMA busy_timeout = 2[0-9]{3}; BEGIN IMMEDIATE"))
+      << "half of 5 s, for the driver waits twice";
   place->run("PRAGMA journal_mode = DELETE");
   OdbcEntries entries;
   const std::string dsn = OdbcEntries::freshName();

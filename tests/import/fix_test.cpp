@@ -64,6 +64,10 @@ TEST_P(Fix, RowsThatNoTableWouldTakeStayAsTheyAre) {
   place->run("INSERT INTO ep_link VALUES ('1', '1', 'John', '77', '1'), ('2', '1', 'Ann', '1', 'high')");
   EXPECT_THAT(fix(), ElementsAre("unknown-policy", "capital-name", "bad-row", "capital-name", "no-selected-rule"));
   EXPECT_TRUE(fixed.empty());
+  place->run(
+      "DELETE FROM ep_link; INSERT INTO ep_link VALUES ('3', '1', 'Ann', '1', '1'), ('3', '1', 'Bob', '1', '2')");
+  fix();
+  EXPECT_EQ(place->run("SELECT entity_name FROM ep_link ORDER BY priority"), "Ann\nBob\n") << "they have one key";
 }
 
 }  // namespace

@@ -62,15 +62,20 @@ TEST(PolicyFileSource, LinksWithoutIdComeBehindTheLargest) {
 
 TEST(PolicyFileSource, NothingIsPushedFromAFileWithFaults) {
   const TempFolder folder;
+  const std::string file = folder.write("f", jsonFile({link("1", "a", "1"), "x", "y", link("2", "a", "2147483648")}));
   int faults = 0;
-  zrhost::PolicyFileSource source(folder.write("f", jsonFile({link("1", "a", "1"), "x", "y"})),
-                                  [&](const zrhost::RowFault&) { ++faults; });
+  zrhost::PolicyFileSource telling(file, [&](const zrhost::RowFault&) { ++faults; });
+  zrhost::PolicyFileSource comparing(file);
   SeenRows seen;
-  const auto [kind, text] = failureOf([&] { source.read(seen); });
+  auto [kind, text] = failureOf([&] { telling.read(seen); });
   EXPECT_EQ(kind, zrhost::ErrorKind::kBadRow);
-  EXPECT_THAT(text, testing::AllOf(testing::HasSubstr(folder.file("f") + ", line 3, column 1: no JSON"),
-                                   testing::HasSubstr("(2 such lines in all)")));
+  EXPECT_EQ(text, file + ": 2 lines are no rows; correct them");
   EXPECT_EQ(faults, 2);
+  std::tie(kind, text) = failureOf([&] { comparing.readByKey(seen); });
+  EXPECT_EQ(kind, zrhost::ErrorKind::kBadRow);
+  EXPECT_THAT(text, testing::AllOf(testing::StartsWith(file + ", line 3, column 1: no JSON"),
+                                   testing::EndsWith("(3 such lines in all)")))
+      << "a number out of range, too";
   EXPECT_TRUE(seen.rows.empty());
 }
 

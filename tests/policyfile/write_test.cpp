@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -106,6 +107,46 @@ TEST(PolicyFileWrite, AnyTextComesBackAsItWas) {
     for (std::size_t i = 0; i < members.size(); ++i)
       EXPECT_EQ(reading.rows[i], "member " + *members[i].groupName + ' ' + *members[i].userName);
   }
+}
+
+// The library's text of a member, but for two bytes that it has letters for.
+std::string lineByLibrary(const std::string& text) {
+  try {
+    return "{\"member\":{\"group_name\":" + nlohmann::json(text).dump() + ",\"user_name\":\"u\"}}\n";
+  } catch (const nlohmann::json::type_error&) {  // no UTF-8
+    return {};
+  }
+}
+
+TEST(PolicyFileWrite, BytesAreEscapedAsTheJsonLibraryEscapesThem) {
+  std::string line;
+  const auto write = [&line](const std::string& text) {
+    line.clear();
+    const auto writer = makePolicyFileWriter([&](std::string_view piece) { line += piece; });
+    zrhost::MemberRow member{text, "u"};
+    writer->onMember(member);
+    writer->commit();
+    line = line.substr(line.find('\n') + 1);
+    line.resize(line.find('\n') + 1);
+  };
+  std::mt19937 random(9);
+  for (int i = 0; i < 20000; ++i) {
+    std::string text;
+    const unsigned end = i % 2 == 0 ? 0x80 : 0x100;
+    for (auto length = random() % 7; length > 0; --length) {
+      const char byte = static_cast<char>(random() % end);
+      if (byte != '\b' && byte != '\f') text += byte;
+    }
+    write(text);
+    const std::string expected = lineByLibrary(text);
+    if (expected.empty()) {
+      EXPECT_THAT(line, HasSubstr("\"group_name_base64\":"));
+    } else {
+      EXPECT_EQ(line, expected);
+    }
+  }
+  write("\b\f");
+  EXPECT_THAT(line, HasSubstr("\"\\u0008\\u000c\""));
 }
 
 TEST(PolicyFileWrite, ARowThatAFileCannotHoldIsNamedAndTheOldFileStays) {

@@ -42,36 +42,25 @@ Client::Client(const std::string& path) {
 }
 
 Client::Client(int port, bool isIpv6) {
-  sockaddr_in6 six{};
-  six.sin6_family = AF_INET6;
-  six.sin6_port = htons(static_cast<std::uint16_t>(port));
-  six.sin6_addr = in6addr_loopback;
-  sockaddr_in four{};
-  four.sin_family = AF_INET;
-  four.sin_port = six.sin6_port;
-  four.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  isIpv6 ? connectTo(reinterpret_cast<sockaddr*>(&six), sizeof six)
-         : connectTo(reinterpret_cast<sockaddr*>(&four), sizeof four);
+  sockaddr_in6 address{};
+  address.sin6_family = AF_INET6;
+  address.sin6_port = htons(static_cast<std::uint16_t>(port));
+  inet_pton(AF_INET6, isIpv6 ? "::1" : "::ffff:127.0.0.1", &address.sin6_addr);
+  connectTo(reinterpret_cast<sockaddr*>(&address), sizeof address);
 }
 
 void Client::connectTo(const sockaddr* address, unsigned size) {
-  m_socket = socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  m_socket = zrhost::FileDescriptor(socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const timeval limit{60, 0};
-  setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-  setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-  m_isOpen = connect(m_socket, address, size) == 0;
+  setsockopt(m_socket.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+  setsockopt(m_socket.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+  m_isOpen = connect(m_socket.get(), address, size) == 0;
 }
-
-Client::~Client() {
-  if (m_socket >= 0) close(m_socket);
-}
-
-Client::Client(Client&& other) noexcept : m_socket(std::exchange(other.m_socket, -1)), m_isOpen(other.m_isOpen) {}
 
 bool Client::send(const std::string& text) const {
   std::size_t sent = 0;
   while (sent < text.size()) {
-    const ssize_t count = ::send(m_socket, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
+    const ssize_t count = ::send(m_socket.get(), text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
     if (count <= 0) return false;
     sent += static_cast<std::size_t>(count);
   }
@@ -79,27 +68,23 @@ bool Client::send(const std::string& text) const {
 }
 
 std::size_t Client::sendSome(const std::string& text) const {
-  const ssize_t count = ::send(m_socket, text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  const ssize_t count = ::send(m_socket.get(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
   return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
 void Client::endSending() const {
-  shutdown(m_socket, SHUT_WR);
+  shutdown(m_socket.get(), SHUT_WR);
 }
 
 void Client::waitUntilRead() const {
-  EXPECT_TRUE(comesTrue([this] {
-    for (int tries = 0, left = 1; tries < 10'000; ++tries) {
-      if (ioctl(m_socket, SIOCOUTQ, &left) != 0 || left == 0) return true;
-      std::this_thread::yield();
-    }
-    return false;
-  }));
+  int left = 1;
+  while (ioctl(m_socket.get(), SIOCOUTQ, &left) == 0 && left > 0)
+    std::this_thread::yield();
 }
 
 std::string Client::receive(const std::string& end) const {
   std::string text;
-  for (char byte = 0; !text.ends_with(end) && recv(m_socket, &byte, 1, 0) == 1;)
+  for (char byte = 0; !text.ends_with(end) && recv(m_socket.get(), &byte, 1, 0) == 1;)
     text += byte;
   return text;
 }
@@ -107,7 +92,7 @@ std::string Client::receive(const std::string& end) const {
 std::string Client::receiveAll() const {
   std::string text;
   char bytes[4096];
-  for (ssize_t count = 0; (count = recv(m_socket, bytes, sizeof bytes, 0)) != 0;) {
+  for (ssize_t count = 0; (count = recv(m_socket.get(), bytes, sizeof bytes, 0)) != 0;) {
     if (count < 0) return errno == ECONNRESET || errno == EPIPE ? text : text + "<silence>";
     text.append(bytes, static_cast<std::size_t>(count));
   }
@@ -161,6 +146,12 @@ int ServiceTest::statusOf(pid_t pid) {
   int status = 0;
   waitpid(pid, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+std::string ServiceTest::failure(const std::function<void()>& prepare) const {
+  const std::size_t before = std::filesystem::exists(file("log")) ? log().size() : 0;
+  const int status = statusOf(launch(prepare));
+  return std::to_string(status) + " " + log().substr(before);
 }
 
 void ServiceTest::start(const std::function<void()>& prepare) {

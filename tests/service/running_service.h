@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include "common/temp_folder.h"
+#include "host/base/FileDescriptor.h"
 
 struct sockaddr;
 
@@ -19,9 +20,6 @@ class Client {
  public:
   explicit Client(const std::string& path);
   explicit Client(int port, bool isIpv6 = false);
-  ~Client();
-  Client(Client&& other) noexcept;
-  Client& operator=(Client&&) = delete;
 
   bool isOpen() const { return m_isOpen; }
   // False when not all of it could be sent.
@@ -39,7 +37,7 @@ class Client {
  private:
   void connectTo(const sockaddr* address, unsigned size);
 
-  int m_socket = -1;
+  zrhost::FileDescriptor m_socket;
   bool m_isOpen = false;
 };
 
@@ -66,8 +64,8 @@ class ServiceTest : public testing::Test {
   pid_t launch(const std::function<void()>& prepare = {}) const;
   // That process's end: the exit status, or minus the signal.
   static int statusOf(pid_t pid);
-  // The exit status of a service that cannot start.
-  int statusOfStart() const { return statusOf(launch()); }
+  // What the log says of a start that fails, behind its exit status and a blank.
+  std::string failure(const std::function<void()>& prepare = {}) const;
   void start(const std::function<void()>& prepare = {});
   void startReady(const std::function<void()>& prepare = {});
   void signal(int number) const;

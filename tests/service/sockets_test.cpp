@@ -20,45 +20,29 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
+using SocketsTest = ServiceTest;
+using zrhost::FileDescriptor;
+
 // A socket that is bound to a path; a name that begins with '@' stands in no folder.
-class BoundSocket {
- public:
-  BoundSocket(const std::string& path, int type) : m_socket(socket(AF_UNIX, type | SOCK_CLOEXEC, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    if (path[0] == '@') address.sun_path[0] = '\0';
-    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
-    EXPECT_EQ(bind(m_socket, reinterpret_cast<sockaddr*>(&address), size), 0) << path;
-    if (path[0] != '@') chmod(path.c_str(), 0777);
-    const timeval limit{60, 0};
-    setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-  }
-  ~BoundSocket() { close(m_socket); }
-  BoundSocket(const BoundSocket&) = delete;
-  BoundSocket& operator=(const BoundSocket&) = delete;
+FileDescriptor boundSocket(const std::string& path, int type) {
+  FileDescriptor bound(socket(AF_UNIX, type | SOCK_CLOEXEC, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  if (path[0] == '@') address.sun_path[0] = '\0';
+  const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
+  EXPECT_EQ(bind(bound.get(), reinterpret_cast<sockaddr*>(&address), size), 0) << path;
+  if (path[0] != '@') chmod(path.c_str(), 0777);
+  const timeval limit{60, 0};
+  setsockopt(bound.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+  return bound;
+}
 
-  int get() const { return m_socket; }
-  // The next datagram.
-  std::string receive() const {
-    char bytes[1024];
-    const ssize_t count = recv(m_socket, bytes, sizeof bytes, 0);
-    return {bytes, bytes + std::max<ssize_t>(count, 0)};
-  }
-
- private:
-  int m_socket;
-};
-
-class SocketsTest : public ServiceTest {
- protected:
-  // What the log says of a start that fails, behind its exit status.
-  std::string failure(const std::function<void()>& prepare = {}) const {
-    const std::size_t before = log().size();
-    const int status = statusOf(launch(prepare));
-    return std::to_string(status) + " " + log().substr(before);
-  }
-};
+std::string datagram(const FileDescriptor& from) {
+  char bytes[1024];
+  const ssize_t count = recv(from.get(), bytes, sizeof bytes, 0);
+  return {bytes, bytes + std::max<ssize_t>(count, 0)};
+}
 
 TEST_F(SocketsTest, TakesOnlyPlacesThatNobodyHas) {
   startReady();
@@ -88,7 +72,7 @@ TEST_F(SocketsTest, OfTwoThatStartAtOneMomentOneServes) {
   for (int round = 0; round < 15; ++round) {  // each time on what the one before left
     const pid_t pids[] = {launch(), launch()};
     int status = 0;
-    const pid_t loser = ::waitpid(0, &status, 0), winner = pids[0] == loser ? pids[1] : pids[0];
+    const pid_t loser = waitpid(-1, &status, 0), winner = pids[0] == loser ? pids[1] : pids[0];
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 69) << status << log();
     EXPECT_TRUE(comesTrue([this] { return askJohn() == kJohns; })) << log();
     kill(winner, SIGKILL);
@@ -183,8 +167,9 @@ std::function<void()> handOver(const std::vector<int>& sockets, const std::strin
 }
 
 TEST_F(SocketsTest, AreTakenFromTheServiceManager) {
-  const BoundSocket policy(file("p"), SOCK_STREAM), map(file("m"), SOCK_STREAM), admin(file("a"), SOCK_STREAM);
-  for (const BoundSocket* const each : {&policy, &map, &admin})
+  const FileDescriptor policy = boundSocket(file("p"), SOCK_STREAM), map = boundSocket(file("m"), SOCK_STREAM),
+                       admin = boundSocket(file("a"), SOCK_STREAM);
+  for (const FileDescriptor* const each : {&policy, &map, &admin})
     ASSERT_EQ(listen(each->get(), 8), 0);
   const Client early(file("p"));  // from before there was a service
   early.send(kAskJohn);
@@ -207,23 +192,24 @@ TEST_F(SocketsTest, AreTakenFromTheServiceManager) {
 }
 
 TEST_F(SocketsTest, OfTheServiceManagerMustBeWhatTheyAreNamed) {
-  const BoundSocket good(file("p"), SOCK_STREAM), datagrams(file("d"), SOCK_DGRAM), deaf(file("q"), SOCK_STREAM);
+  const FileDescriptor good = boundSocket(file("p"), SOCK_STREAM), datagrams = boundSocket(file("d"), SOCK_DGRAM),
+                       deaf = boundSocket(file("q"), SOCK_STREAM);
   ASSERT_EQ(listen(good.get(), 8), 0);
   EXPECT_THAT(failure(handOver({good.get()}, "milter")), AllOf(StartsWith("64 "), HasSubstr("'milter'")));
-  for (const BoundSocket* const each : {&datagrams, &deaf})
+  for (const FileDescriptor* const each : {&datagrams, &deaf})
     EXPECT_THAT(failure(handOver({each->get()}, "policy")), AllOf(StartsWith("64 "), HasSubstr("no stream socket")));
 }
 
 TEST_F(SocketsTest, TellTheServiceManagerHowTheServiceStands) {
   for (const std::string& name : {file("notify"), "@zrpolicy-test-" + std::to_string(getpid())}) {
-    const BoundSocket manager(name, SOCK_DGRAM);
+    const FileDescriptor manager = boundSocket(name, SOCK_DGRAM);
     startReady([&] { setenv("NOTIFY_SOCKET", name.c_str(), 1); });
-    EXPECT_EQ(manager.receive(), "READY=1");
+    EXPECT_EQ(datagram(manager), "READY=1");
     signal(SIGHUP);
-    EXPECT_THAT(manager.receive(), StartsWith("RELOADING=1\nMONOTONIC_USEC="));
-    EXPECT_EQ(manager.receive(), "READY=1");
+    EXPECT_THAT(datagram(manager), StartsWith("RELOADING=1\nMONOTONIC_USEC="));
+    EXPECT_EQ(datagram(manager), "READY=1");
     EXPECT_EQ(end(), 0);
-    EXPECT_EQ(manager.receive(), "STOPPING=1");
+    EXPECT_EQ(datagram(manager), "STOPPING=1");
   }
 }
 
