@@ -70,7 +70,7 @@ void addQuestionOptions(CLI::App& command, AskedQuestion& asked) {
 
 void readQuestion(const CLI::App& command, AskedQuestion& asked) {
   asked.question = questionOf(command);
-  const std::string name = command.get_name();
+  const std::string& name = command.get_name();
   if (asked.question.empty() && !asked.fromStandardInput) {
     throw zrhost::HostError(zrhost::ErrorKind::kUsage,
                             name +
