@@ -12,9 +12,9 @@ namespace {
 
 constexpr const char* kFindStatement = "find_link_batches.sql";
 
-// A batch takes a few hundred KiB: with the longest names that it may hold, some megabytes, of which the driver and the
+// A batch takes some hundred KiB, with the longest names that it may hold two megabytes, of which the driver and the
 // library have a copy each.
-constexpr int kBatchRows = 5000;
+constexpr int kBatchRows = 2000;
 
 // Ends a line of a batch. A name that holds it, and whatever else a batch cannot carry, is a line without anything.
 constexpr char kEndOfLine = '\x1e';
