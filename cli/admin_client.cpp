@@ -6,6 +6,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -39,6 +40,8 @@ class UnixClient : public httplib::ClientImpl {
     std::memcpy(address.sun_path, m_path.data(), m_path.size());
     const int made = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (made < 0) return false;
+    const timeval limit{kSeconds, 0};  // a service that stands still takes no connection once enough wait
+    setsockopt(made, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
     if (connect(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
       const int why = errno;
       close(made);
@@ -80,13 +83,18 @@ std::unique_ptr<httplib::ClientImpl> clientFor(const std::string& text) {
   return client;
 }
 
+std::string reasonOf(httplib::Error error, int why) {
+  const bool isSilent = error == httplib::Error::ConnectionTimeout || error == httplib::Error::Read ||
+                        (error == httplib::Error::Connection && why == EAGAIN);
+  if (isSilent) return "it said nothing for " + std::to_string(kSeconds) + " s";
+  if (error == httplib::Error::Connection && why == EINPROGRESS) return "nobody takes the connection";
+  return error == httplib::Error::Connection && why != 0 ? std::strerror(why) : httplib::to_string(error);
+}
+
 AdminReply replyOf(const httplib::Result& result, const std::string& address, int why) {
   if (result) return {result->status, result->body};
-  const bool isConnection = result.error() == httplib::Error::Connection && why != 0;
-  throw HostError(ErrorKind::kUnreachable,
-                  "no service answers at " + zrhost::terminalText(address) + ": " +
-                      (isConnection ? std::strerror(why) : httplib::to_string(result.error())) +
-                      "; is zrpolicyd running?");
+  throw HostError(ErrorKind::kUnreachable, "no service answers at " + zrhost::terminalText(address) + ": " +
+                                               reasonOf(result.error(), why) + "; is zrpolicyd running?");
 }
 
 }  // namespace
@@ -130,7 +138,6 @@ std::string errorOf(const AdminReply& reply) {
   for (const char* const name : {"error", "reason"})
     if (document.is_object() && document.contains(name) && document[name].is_string())
       return document[name].get<std::string>();
-  if (document.is_object() && document.contains("action")) return "the service has no policies yet";
   return "the service answers " + std::to_string(reply.status) + " " + reply.body;
 }
 

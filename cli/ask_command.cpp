@@ -64,10 +64,10 @@ std::string documentOf(const zrhost::Question& question, const AskArguments& arg
 Json ask(const AdminClient& client, const zrhost::Question& question, const AskArguments& arguments) {
   const AdminReply reply = client.post("/ask", documentOf(question, arguments));
   Json told = Json::parse(reply.body, nullptr, false);
-  if (reply.status != 200 || !told.is_object() || !told["explain"]["results"].is_array())
+  if (reply.status != 200 || !told.is_object() || !told["results"].is_array())
     throw zrhost::HostError(reply.status == 400 ? zrhost::ErrorKind::kUsage : zrhost::ErrorKind::kUnreachable,
                             errorOf(reply));
-  Json results = told["explain"]["results"];
+  Json results = told["results"];
   if (arguments.options.top && results.size() > 1) results.erase(results.begin() + 1, results.end());
   Json answer{{"generation", told["generation"]}, {"revision", told["revision"]}, {"results", results}};
   if (arguments.isExplained) answer["explain"] = told["explain"];

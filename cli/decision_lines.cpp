@@ -28,14 +28,18 @@ std::string textOf(const Json& object, const char* name) {
   return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
 }
 
+// The groups of the users stand among what was asked; those of now take their place when they are wanted.
 zrhost::Question questionOf(const Json& decision, bool withGroups) {
   zrhost::Question question;
+  bool hasUser = false;
   for (const Json& each : decision["questions"]) {
     if (!each.is_object()) throw zrhost::HostError(zrhost::ErrorKind::kUsage, "no line of a decision log");
-    question.push_back(zrhost::loggedQuestionPart(textOf(each, "type"), textOf(each, "key")));
+    const std::string type = textOf(each, "type");
+    hasUser |= type == "user";
+    if (withGroups && hasUser && type == "group") continue;
+    question.push_back(zrhost::loggedQuestionPart(type, textOf(each, "key")));
   }
-  const bool hadGroups = decision.contains("members") && decision["members"] == true;
-  return withGroups || hadGroups ? zrhost::withGroups(std::move(question)) : question;
+  return withGroups ? zrhost::withGroups(std::move(question)) : question;
 }
 
 bool isSame(const Json& logged, const zrhost::AnswerResult& result) {

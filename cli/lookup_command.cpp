@@ -34,7 +34,8 @@ constexpr char kDescription[] =
     "\n"
     "With --decisions, these lines are those of the decision log of zrpolicyd, whose questions are asked again; behind "
     "the results stand the time, the queue ID and the action that were logged, and whether the answer differs from "
-    "them. The groups that the users are in now are asked where groups were.\n";
+    "them. The groups that were asked are asked again; with --with-groups those that the users are in now, in their "
+    "place.\n";
 
 constexpr char kFooter[] =
     "JSON\n"

@@ -57,7 +57,7 @@ LivePolicies::Reload LivePolicies::reload(bool accept, std::chrono::milliseconds
 }
 
 void LivePolicies::setSinkLevel(LogLevel level) noexcept {
-  PolicyLog::ms_level = static_cast<int>(level);
+  __atomic_store_n(&PolicyLog::ms_level, static_cast<int>(level), __ATOMIC_RELAXED);
 }
 
 LiveStatus LivePolicies::check(const LiveOptions& options) {

@@ -69,6 +69,7 @@ struct Loader::Parts {
     WatchedSource source(*database, pulse);
     zrhost::LoadOptions how;
     how.logs = false;
+    how.keepLinkIds = true;  // for whoever asks why
     how.onRefused = [&outcome](const zrhost::RefusedRow& row) {
       if (outcome.refused.size() < kMostRefusedTold) outcome.refused.push_back(row.text());
     };

@@ -12,9 +12,27 @@ using Kind = zrlive::Question::Kind;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::string_view kShadowAction = "DUNNO";
+constexpr const char* kShadowReply = "NOTFOUND ";
+constexpr const char* kNotReadyReply = "TEMP policy service is not ready";
 
 void appendPolicyReply(std::string& out, std::string_view action) {
   out.append("action=").append(action).append("\n\n");
+}
+
+std::string socketmapReply(const Verdict& verdict) {
+  switch (verdict.reason()) {
+    case Verdict::Reason::kResult:
+      return "OK " + std::string(verdict.action());
+    case Verdict::Reason::kNoMatch:
+      return "NOTFOUND ";
+    case Verdict::Reason::kFault:
+      return "TEMP policy data error";
+    case Verdict::Reason::kStale:
+      return "TEMP policies are too old";
+    case Verdict::Reason::kUnavailable:
+      break;
+  }
+  return kNotReadyReply;
 }
 
 struct MapName {
@@ -46,7 +64,8 @@ Verdict Answerer::decide() {
 
 void Answerer::noteFault(const Verdict& verdict) {
   if (verdict.reason() != Verdict::Reason::kFault) return;
-  const std::uint64_t before = m_counters.faultyActions.fetch_add(1, std::memory_order_relaxed);
+  const std::uint64_t before = m_counters.faultyActions.load(std::memory_order_relaxed);
+  addAlone(m_counters.faultyActions);
   if (before % 1000 != 0) return;  // one line in a thousand: a faulty policy may apply to every mail
   PolicyLog::log(PolicyLog::LEVEL_ERROR,
                  "policy %d has an action that cannot be sent (empty, longer than 900 bytes, or with a line break); "
@@ -56,14 +75,14 @@ void Answerer::noteFault(const Verdict& verdict) {
 
 void Answerer::decideAndReply(const PolicyRequest& request, std::string& out) {
   const auto begun = Clock::now();
-  m_counters.policyRequests.fetch_add(1, std::memory_order_relaxed);
-  m_counters.ipv6Addresses.fetch_add(rules().questions.ask(request, m_question), std::memory_order_relaxed);
+  addAlone(m_counters.policyRequests);
+  addAlone(m_counters.ipv6Addresses, rules().questions.ask(request, m_question));
   m_answer.clear();
   const Verdict verdict = decide();
   noteFault(verdict);
   const std::string_view sent = m_rules->service.shadow ? kShadowAction : verdict.action();
   appendPolicyReply(out, sent);
-  m_counters.countAnswer(sent);
+  m_counters.answers.add(sent);
   const auto taken = Clock::now() - begun;
   m_counters.latency.add(taken);
   if (m_desk.log() != nullptr)
@@ -101,7 +120,7 @@ bool Answerer::takeQuestion(const SocketmapRequest& request) {
     } else if (isAsked) {
       m_question.add(map.kind, key);
     } else if (map.kind == Kind::kAddress && isIpv6(key)) {
-      m_counters.ipv6Addresses.fetch_add(1, std::memory_order_relaxed);
+      addAlone(m_counters.ipv6Addresses);
     }
     return true;
   }
@@ -109,25 +128,13 @@ bool Answerer::takeQuestion(const SocketmapRequest& request) {
 }
 
 std::string Answerer::replyTo(const SocketmapRequest& request) {
-  m_counters.socketmapRequests.fetch_add(1, std::memory_order_relaxed);
+  addAlone(m_counters.socketmapRequests);
   rules();
   m_answer.clear();
   if (!takeQuestion(request)) return "PERM unknown map, ask user, group, host, address, other or default";
   const Verdict verdict = decide();
   noteFault(verdict);
-  switch (verdict.reason()) {
-    case Verdict::Reason::kResult:
-      return m_rules->service.shadow ? "NOTFOUND " : "OK " + std::string(verdict.action());
-    case Verdict::Reason::kNoMatch:
-      return "NOTFOUND ";
-    case Verdict::Reason::kFault:
-      return "TEMP policy data error";
-    case Verdict::Reason::kStale:
-      return "TEMP policies are too old";
-    case Verdict::Reason::kUnavailable:
-      break;
-  }
-  return "TEMP policy service is not ready";
+  return m_rules->service.shadow ? kShadowReply : socketmapReply(verdict);
 }
 
 void Answerer::answer(const SocketmapRequest& request, std::string& out) noexcept {
@@ -137,7 +144,7 @@ void Answerer::answer(const SocketmapRequest& request, std::string& out) noexcep
     const std::string reply = replyTo(request);
     m_lease.reset();
     appendNetstring(out, reply);
-    m_counters.countAnswer(std::string_view(reply).substr(0, reply.find(' ')));
+    m_counters.answers.add(reply);
     m_counters.latency.add(Clock::now() - begun);
   } catch (...) {
     m_lease.reset();
@@ -148,7 +155,7 @@ void Answerer::answer(const SocketmapRequest& request, std::string& out) noexcep
 
 void Answerer::refuse(const SocketmapRequest&, std::string& out) noexcept {
   try {
-    appendNetstring(out, "TEMP policy service is not ready");
+    appendNetstring(out, rules().service.shadow ? kShadowReply : kNotReadyReply);
   } catch (...) {
   }
 }

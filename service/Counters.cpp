@@ -1,44 +1,80 @@
 #include "service/Counters.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <strings.h>
 
 namespace zrservice {
 namespace {
 
-constexpr double kFirstClass = 250;  // ns
-constexpr double kGrowth = 1.25;
+constexpr std::string_view kWordsOfPostfix[] = {"DUNNO",
+                                                "OK",
+                                                "REJECT",
+                                                "DEFER_IF_PERMIT",
+                                                "DEFER_IF_REJECT",
+                                                "DEFER",
+                                                "PREPEND",
+                                                "HOLD",
+                                                "WARN",
+                                                "DISCARD",
+                                                "FILTER",
+                                                "REDIRECT",
+                                                "BCC",
+                                                "INFO",
+                                                "PERMIT",
+                                                "NOTFOUND",
+                                                "TEMP",
+                                                "PERM",
+                                                "4xx",
+                                                "5xx",
+                                                "other"};
+constexpr std::size_t kNumbers = AnswerWords::kWords - 3;  // where 4xx stands
+static_assert(std::size(kWordsOfPostfix) == AnswerWords::kWords);
+
+bool isSame(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+}
+
+bool isReplyNumber(std::string_view word) {
+  const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+  return word.size() == 3 && (word[0] == '4' || word[0] == '5') && isDigit(word[1]) && isDigit(word[2]);
+}
 
 }  // namespace
 
+// The three bits behind the highest one tell the class within its doubling.
+std::size_t Latency::classOf(std::uint64_t nanoseconds) {
+  constexpr unsigned kBits = std::bit_width(kPerDoubling) - 1;
+  if (nanoseconds < kPerDoubling) return static_cast<std::size_t>(nanoseconds);
+  const auto shift = static_cast<unsigned>(std::bit_width(nanoseconds)) - 1 - kBits;
+  const std::size_t place = (shift << kBits) + static_cast<std::size_t>(nanoseconds >> shift);
+  return std::min(place, kClasses - 1);
+}
+
+std::uint64_t Latency::endOf(std::size_t place) {
+  if (place < kPerDoubling) return place + 1;
+  const std::size_t shift = place / kPerDoubling - 1;
+  return std::uint64_t{place % kPerDoubling + kPerDoubling + 1} << shift;
+}
+
 void Latency::add(std::chrono::nanoseconds time) {
-  const auto nanoseconds = static_cast<double>(time.count());
-  const double place =
-      nanoseconds <= kFirstClass ? 0 : std::ceil(std::log(nanoseconds / kFirstClass) / std::log(kGrowth));
-  const auto at = std::min(static_cast<std::size_t>(place), kClasses - 1);
-  m_counts[at].fetch_add(1, std::memory_order_relaxed);
   const auto count = static_cast<std::uint64_t>(time.count());
-  m_sum.fetch_add(count, std::memory_order_relaxed);
+  addAlone(m_counts[classOf(count)]);
+  addAlone(m_sum, count);
   if (count > m_longest.load(std::memory_order_relaxed)) m_longest.store(count, std::memory_order_relaxed);
 }
 
-double Latency::microsecondsOf(std::size_t place) {
-  return kFirstClass * std::pow(kGrowth, static_cast<double>(place)) / 1000;
+std::string_view AnswerWords::word(std::size_t place) {
+  return kWordsOfPostfix[place];
 }
 
-void Counters::countAnswer(std::string_view action) {
-  const std::string_view word = action.substr(0, action.find_first_of(" \t"));
-  const std::lock_guard lock(m_mutex);
-  auto found = m_answers.find(word);
-  // Whoever writes the policies may write anything: what is counted stays bounded.
-  if (found == m_answers.end())
-    found = m_answers.try_emplace(m_answers.size() < kMostWords ? std::string(word) : "other").first;
-  ++found->second;
-}
-
-std::map<std::string, std::uint64_t> Counters::answers() const {
-  const std::lock_guard lock(m_mutex);
-  return {m_answers.begin(), m_answers.end()};
+std::size_t AnswerWords::placeOf(std::string_view reply) {
+  const std::string_view word = reply.substr(0, reply.find_first_of(" \t"));
+  for (std::size_t place = 0; place < kNumbers; ++place)
+    if (isSame(word, kWordsOfPostfix[place])) return place;
+  if (isReplyNumber(word)) return word[0] == '4' ? kNumbers : kNumbers + 1;
+  return kWords - 1;
 }
 
 void Totals::add(const Counters& counters) {
@@ -50,8 +86,9 @@ void Totals::add(const Counters& counters) {
   timeOuts += counters.timeOuts;
   connections += counters.connections;
   overLimit += counters.overLimit;
-  for (const auto& [word, count] : counters.answers())
-    answers[word] += count;
+  for (std::size_t i = 0; i < AnswerWords::kWords; ++i)
+    if (const std::uint64_t count = counters.answers.countOf(i); count > 0)
+      answers[std::string(AnswerWords::word(i))] += count;
   for (std::size_t i = 0; i < latency.size(); ++i)
     latency[i] += counters.latency.countOf(i);
   sumMicroseconds += static_cast<double>(counters.latency.sum().count()) / 1000;
@@ -66,7 +103,7 @@ double Totals::quantileMicroseconds(double share) const {
   std::uint64_t seen = 0;
   for (std::size_t i = 0; i < latency.size() && all > 0; ++i) {
     seen += latency[i];
-    if (seen >= wanted) return std::min(Latency::microsecondsOf(i), longestMicroseconds);
+    if (seen >= wanted) return std::min(static_cast<double>(Latency::endOf(i)) / 1000, longestMicroseconds);
   }
   return 0;
 }

@@ -5,17 +5,23 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace zrservice {
 
-// How long answering took, in classes of which each is a quarter wider than the one before, from 250 ns on.
+// Adds to a number that no other thread adds to: what others read costs no locked operation.
+inline void addAlone(std::atomic<std::uint64_t>& number, std::uint64_t more = 1) {
+  number.store(number.load(std::memory_order_relaxed) + more, std::memory_order_relaxed);
+}
+
+// How long answering took, in classes: eight to each doubling, so that a class is at most an eighth wide. Added to by
+// one thread.
 class Latency {
  public:
-  static constexpr std::size_t kClasses = 96;
+  static constexpr std::size_t kPerDoubling = 8;
+  static constexpr std::size_t kClasses = 32 * kPerDoubling;  // up to half a minute
 
   void add(std::chrono::nanoseconds time);
   std::uint64_t countOf(std::size_t place) const { return m_counts[place].load(std::memory_order_relaxed); }
@@ -23,12 +29,29 @@ class Latency {
   std::chrono::nanoseconds longest() const {
     return std::chrono::nanoseconds(m_longest.load(std::memory_order_relaxed));
   }
-  // The time that a class ends at.
-  static double microsecondsOf(std::size_t place);
+  static std::size_t classOf(std::uint64_t nanoseconds);
+  // The least time that is beyond a class.
+  static std::uint64_t endOf(std::size_t place);
 
  private:
   std::array<std::atomic<std::uint64_t>, kClasses> m_counts{};
   std::atomic<std::uint64_t> m_sum{0}, m_longest{0};
+};
+
+// Answers by their first word, of those that Postfix knows; replies by number count as "4xx" and "5xx", everything else
+// as "other": whoever writes the policies may write anything. Added to by one thread.
+class AnswerWords {
+ public:
+  static constexpr std::size_t kWords = 21;
+
+  void add(std::string_view reply) { addAlone(m_counts[placeOf(reply)]); }
+  static std::string_view word(std::size_t place);
+  std::uint64_t countOf(std::size_t place) const { return m_counts[place].load(std::memory_order_relaxed); }
+
+ private:
+  static std::size_t placeOf(std::string_view reply);
+
+  std::array<std::atomic<std::uint64_t>, kWords> m_counts{};
 };
 
 // What one thread counts; read by any.
@@ -41,22 +64,14 @@ struct Counters {
   std::atomic<std::uint64_t> connections{0};    // so far
   std::atomic<std::uint64_t> overLimit{0};      // of these, beyond max_connections
   Latency latency;
-
-  void countAnswer(std::string_view action);
-  std::map<std::string, std::uint64_t> answers() const;  // by first word
-
- private:
-  static constexpr std::size_t kMostWords = 64;
-
-  mutable std::mutex m_mutex;
-  std::map<std::string, std::uint64_t, std::less<>> m_answers;
+  AnswerWords answers;
 };
 
 // The sums of all threads' counters, at one moment.
 struct Totals {
   std::uint64_t policyRequests = 0, socketmapRequests = 0, badRequests = 0, ipv6Addresses = 0, faultyActions = 0,
                 timeOuts = 0, connections = 0, overLimit = 0;
-  std::map<std::string, std::uint64_t> answers;
+  std::map<std::string, std::uint64_t> answers;  // those that there were
   std::vector<std::uint64_t> latency = std::vector<std::uint64_t>(Latency::kClasses);
   double longestMicroseconds = 0, sumMicroseconds = 0;
 

@@ -1,14 +1,9 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
-#include <string>
 #include <string_view>
-#include <thread>
 
 #include "host/settings/Options.h"
 #include "live/Answer.h"
@@ -28,56 +23,40 @@ struct Decision {
   std::chrono::nanoseconds taken;
 };
 
-// Writes decisions as one JSON object a line: time, instance, queue_id, protocol_state, questions, revision, results,
-// action, microseconds. Writing never delays an answer: lines wait in a queue of a bounded size for a thread of the
-// log's own, and what finds it full is dropped and counted.
+// Writes decisions about requests of the policy protocol as one JSON object a line: time, instance, queue_id,
+// protocol_state, questions (the groups of the users among them), revision (null where no policies were asked),
+// results, action, microseconds. Lookups of the socketmap protocol belong to no mail, and are not logged.
+//
+// Writing never delays an answer: decisions wait in a queue of a bounded size for a thread of the log's own, which
+// makes lines of them, and what finds it full is dropped and counted.
 //
 // Threads: note, reopen and the counts by any number at once.
 class DecisionLog {
  public:
-  // Null when the settings want none. Throws HostError kInputOutput for a file that cannot be opened, or a key file
-  // that cannot be read; kUsage for redaction without a key, or of what cannot be redacted.
+  // Null when the settings want none. Throws HostError kInputOutput for a file that cannot be opened (a pipe that
+  // nobody reads is one), or a key file that cannot be read; kUsage for redaction without a key, or of what cannot be
+  // redacted.
   static std::unique_ptr<DecisionLog> open(const zrhost::ServiceSection& settings);
   // Throws as open() does, for the settings alone; nothing is opened to be written.
   static void requireSettings(const zrhost::ServiceSection& settings);
+  // Writes what waits. A disk that hangs is waited for three seconds; what it has not taken by then is lost.
   ~DecisionLog();
   DecisionLog(const DecisionLog&) = delete;
   DecisionLog& operator=(const DecisionLog&) = delete;
 
   void note(const Decision& decision) noexcept;
-  // Opens the file of that name anew, before the next line is written. Until that works the old one is written to.
-  void reopen() { m_reopen = true; }
+  // Has the log's thread open the file of that name anew. Until that works the old one is written to.
+  void reopen();
 
-  std::uint64_t written() const { return m_written; }
-  std::uint64_t dropped() const { return m_dropped; }
+  std::uint64_t written() const;
+  std::uint64_t dropped() const;
 
  private:
+  class Parts;
+
   explicit DecisionLog(const zrhost::ServiceSection& settings);
 
-  static constexpr std::size_t kMostWaitingBytes = std::size_t{8} << 20U;
-
-  std::string lineOf(const Decision& decision) const;
-  static bool isOfRecipient(std::string_view name, std::string_view recipient);
-  std::string shownUser(std::string_view name, const PolicyRequest& request) const;
-  std::string shown(const char* what, std::string_view text) const;
-  bool isRedacted(std::string_view what) const;
-  void write();
-  void writeAll(const std::string& text);
-  void openFile();
-
-  const std::string m_path;
-  const int m_sample;
-  const zrhost::TextList m_redact;
-  std::string m_key;
-  int m_descriptor = -1;
-  std::atomic<std::uint64_t> m_seen{0}, m_written{0}, m_dropped{0};
-  std::atomic<bool> m_reopen{false};
-  std::mutex m_mutex;
-  std::condition_variable m_filled;
-  std::string m_waiting;  // whole lines
-  std::uint64_t m_waitingLines = 0;
-  bool m_end = false;
-  std::thread m_thread;
+  std::shared_ptr<Parts> m_parts;  // the thread's too, which a disk may keep longer than the log
 };
 
 }  // namespace zrservice

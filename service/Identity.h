@@ -1,11 +1,23 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <sys/types.h>
 
 namespace zrservice {
 
-// Becomes that user for good, with the user's groups; does nothing for a process that is not root's. Throws HostError
-// kUsage for root without a user, and for a user that there is not; kInputOutput when the system refuses.
-void dropRoot(const std::string& user);
+// Whom a service that root started becomes.
+struct Identity {
+  std::string name;
+  uid_t user;
+  gid_t group;
+};
+
+// Nothing for a process that is not root's. Throws HostError kUsage for root without a user, for a user that there is
+// not, and for root itself.
+std::optional<Identity> identityToTake(const std::string& user);
+
+// Becomes that user for good, with the user's groups. Throws HostError kInputOutput when the system refuses.
+void become(const Identity& identity);
 
 }  // namespace zrservice

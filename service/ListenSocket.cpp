@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <netdb.h>
+#include <optional>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -16,6 +17,7 @@
 
 #include "host/base/HostError.h"
 #include "host/base/terminal_text.h"
+#include "service/Identity.h"
 
 namespace zrservice {
 namespace {
@@ -59,6 +61,19 @@ gid_t groupOf(const zrhost::ServiceSection& settings) {
   return found->gr_gid;
 }
 
+// False when the system refuses.
+bool giveTo(const std::string& path, std::optional<Identity> whom, gid_t group) {
+  const uid_t user = whom ? whom->user : static_cast<uid_t>(-1);
+  if (group == static_cast<gid_t>(-1) && whom) group = whom->group;
+  if (user == static_cast<uid_t>(-1) && group == static_cast<gid_t>(-1)) return true;
+  return chown(path.c_str(), user, group) == 0;
+}
+
+std::string folderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == path.npos ? "." : path.substr(0, slash + 1);
+}
+
 sockaddr_un addressOf(const std::string& path, const std::string& text) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
@@ -87,10 +102,6 @@ class FolderTurn {
   }
 
  private:
-  static std::string folderOf(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == path.npos ? "." : path.substr(0, slash + 1);
-  }
   zrhost::FileDescriptor m_folder;
 };
 
@@ -110,8 +121,8 @@ ListenAddress parseListenAddress(std::string_view text, const std::string& title
     found.address = found.address.substr(1, found.address.size() - 2);
   unsigned port = 0;
   const auto [end, error] = std::from_chars(found.port.data(), found.port.data() + found.port.size(), port);
-  if (error != std::errc() || end != found.port.data() + found.port.size() || port > 65535)
-    refuse(title, text, "the port is no number up to 65535");
+  if (error != std::errc() || end != found.port.data() + found.port.size() || port < 1 || port > 65535)
+    refuse(title, text, "the port is no number from 1 to 65535");
   if (!isAddress(found.address)) refuse(title, text, "not an address");
   if (!allowRemote && !isLoopback(found.address))
     refuse(title, text, "others could connect; allow it with allow_remote = yes, or take an address of the loopback");
@@ -151,6 +162,16 @@ void ListenSocket::takeFileAway() {
   m_ownFile.clear();
 }
 
+bool ListenSocket::isFileForKeeps() const {
+  if (m_ownFile.empty()) return false;
+  struct stat status {};
+  const std::string folder = folderOf(m_ownFile);
+  const bool isOthers = stat(folder.c_str(), &status) == 0 && (status.st_mode & S_ISVTX) != 0 &&
+                        status.st_uid != geteuid() && lstat(m_ownFile.c_str(), &status) == 0 &&
+                        status.st_uid != geteuid();
+  return isOthers || access(folder.c_str(), W_OK | X_OK) != 0;
+}
+
 void ListenSocket::close() {
   takeFileAway();
   m_descriptor = zrhost::FileDescriptor();
@@ -181,9 +202,7 @@ void ListenSocket::listenOnFile(const std::string& path, const zrhost::ServiceSe
   if (!m_descriptor || bind(m_descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
     fail("listen on");
   rememberFile(path);
-  const gid_t group = groupOf(settings);
-  if (group != static_cast<gid_t>(-1) && chown(path.c_str(), static_cast<uid_t>(-1), group) != 0)
-    fail("give its group to");
+  if (!giveTo(path, identityToTake(settings.user), groupOf(settings))) fail("give its user and group to");
   if (chmod(path.c_str(), modeOf(settings)) != 0) fail("set the permissions of");
   if (listen(m_descriptor.get(), kBacklog) != 0) fail("listen on");
 }

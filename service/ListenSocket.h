@@ -30,7 +30,8 @@ class ListenSocket {
  public:
   // Takes over a descriptor that listens already.
   ListenSocket(int descriptor, std::string text);
-  // Listens. A socket file that nobody listens on any more is replaced. Throws HostError kUnreachable when somebody
+  // Listens. A socket file that nobody listens on any more is replaced; one that root makes belongs to the user whom
+  // the service becomes. Throws HostError kUnreachable when somebody
   // listens there, kInputOutput for a file that is no socket and for everything that the system refuses.
   ListenSocket(const ListenAddress& where, const zrhost::ServiceSection& settings);
   ~ListenSocket();
@@ -41,6 +42,8 @@ class ListenSocket {
   const std::string& text() const { return m_text; }
   // Nobody can find it any more, by its file.
   void takeFileAway();
+  // Whether this process lacks the right to do that, which it may have lost since it made the file.
+  bool isFileForKeeps() const;
   // Nobody can connect any more.
   void close();
 

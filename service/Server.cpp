@@ -5,12 +5,17 @@
 #include <cstring>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <new>
 #include <sys/socket.h>
+#include <utility>
 
+#include "host/base/FileDescriptor.h"
 #include "service/stream_connection_internal.h"
 
 namespace zrservice {
 namespace {
+
+using zrhost::FileDescriptor;
 
 // Where the process may have no more descriptors, it waits for so long before it tries again.
 constexpr std::chrono::milliseconds kPause{100};
@@ -23,6 +28,8 @@ constexpr std::size_t kMostTold = 256;
 }  // namespace
 
 struct Server::Parts {
+  enum class Left { kSome, kNone, kWhatCannotBeTaken };
+
   // One socket that connections are accepted from, by the first worker's thread.
   struct Acceptor {
     Acceptor(Parts& parts, ListenSocket from, Protocol what)
@@ -37,10 +44,10 @@ struct Server::Parts {
       if (waiter.is_open()) waiter.release();  // the descriptor is the socket's
     }
     void wait();
-    // So many at most; false when nobody is left that waits to be accepted.
-    bool accept(int most);
+    // So many at most; errno is the reason why there are no more just now.
+    Left accept(int most);
     void acceptSome();
-    void waitForDescriptors();
+    void waitForBetterTimes(const char* why);
     void close();
 
     Parts& server;
@@ -48,6 +55,19 @@ struct Server::Parts {
     Protocol protocol;
     asio::posix::stream_descriptor waiter;
     asio::steady_timer pause;
+  };
+
+  // A connection that was accepted and is not with its worker yet.
+  class Coming {
+   public:
+    explicit Coming(std::atomic<std::size_t>& count) : m_count(&count) { ++count; }
+    Coming(Coming&& other) noexcept : m_count(std::exchange(other.m_count, nullptr)) {}
+    ~Coming() {
+      if (m_count != nullptr) --*m_count;
+    }
+
+   private:
+    std::atomic<std::size_t>* m_count;
   };
 
   Parts(const Desk& what, int threads) : desk(what) {
@@ -61,14 +81,15 @@ struct Server::Parts {
       sum += worker->open;
     return sum;
   }
-  void serve(int descriptor, Protocol protocol);
+  void serve(FileDescriptor client, Protocol protocol);
+  void bring(Worker& worker, FileDescriptor client, int family, Protocol protocol, bool isOverLimit);
   template <class Request>
-  void serveOn(Worker& worker, StreamSocket socket, bool isOverLimit);
+  static void serveOn(Worker& worker, StreamSocket socket, bool isOverLimit);
 
   const Desk& desk;
+  std::atomic<std::size_t> coming{0};
   std::vector<std::unique_ptr<Worker>> workers;
   std::vector<std::unique_ptr<Acceptor>> acceptors;
-  std::atomic<std::size_t> accepted{0};  // and not yet with their worker
   std::atomic<bool> isDraining{false};
   std::size_t next = 0;
 };
@@ -79,25 +100,31 @@ void Server::Parts::Acceptor::wait() {
   });
 }
 
-bool Server::Parts::Acceptor::accept(int most) {
+Server::Parts::Left Server::Parts::Acceptor::accept(int most) {
   for (int count = 0; count < most; ++count) {
-    const int client = accept4(socket.descriptor(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-    if (client >= 0) {
-      server.serve(client, protocol);
+    FileDescriptor client(accept4(socket.descriptor(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (client) {
+      server.serve(std::move(client), protocol);
+    } else if (errno == EAGAIN) {
+      return Left::kNone;
     } else if (errno != EINTR && errno != ECONNABORTED) {
-      return false;
+      return Left::kWhatCannotBeTaken;
     }
   }
-  return true;
+  return Left::kSome;
 }
 
+// Whatever fails, want of descriptors or of memory, passes; without a pause it would be met again at once.
 void Server::Parts::Acceptor::acceptSome() {
-  const bool isShort = !accept(kAtOnce) && (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM);
-  isShort ? waitForDescriptors() : wait();
+  try {
+    accept(kAtOnce) == Left::kWhatCannotBeTaken ? waitForBetterTimes(std::strerror(errno)) : wait();
+  } catch (const std::bad_alloc&) {
+    waitForBetterTimes(std::strerror(ENOMEM));
+  }
 }
 
-void Server::Parts::Acceptor::waitForDescriptors() {
-  PolicyLog::log(PolicyLog::LEVEL_WARNING, "cannot take a connection: %s", std::strerror(errno));
+void Server::Parts::Acceptor::waitForBetterTimes(const char* why) {
+  server.workers[0]->complain("cannot take a connection", why);
   pause.expires_after(kPause);
   pause.async_wait([this](const asio::error_code& error) {
     if (!error) wait();
@@ -114,39 +141,38 @@ template <class Request>
 void Server::Parts::serveOn(Worker& worker, StreamSocket socket, bool isOverLimit) {
   const auto connection = std::make_shared<StreamConnection<Request>>(worker, std::move(socket), isOverLimit);
   worker.add(connection);
-  --accepted;
   connection->start();
 }
 
-void Server::Parts::serve(int descriptor, Protocol protocol) {
+// By the worker's thread.
+void Server::Parts::bring(Worker& worker, FileDescriptor client, int family, Protocol protocol, bool isOverLimit) {
+  StreamSocket socket(worker.context());
+  asio::error_code error;
+  socket.assign(asio::generic::stream_protocol(family, 0), client.get(), error);
+  if (error) {  // the system watches no more descriptors
+    worker.complain("cannot watch a connection", error.message().c_str());
+    return;
+  }
+  (void)client.release();
+  protocol == Protocol::kPolicy ? serveOn<PolicyRequest>(worker, std::move(socket), isOverLimit)
+                                : serveOn<SocketmapRequest>(worker, std::move(socket), isOverLimit);
+}
+
+void Server::Parts::serve(FileDescriptor client, Protocol protocol) {
   Worker& worker = *workers[next++ % workers.size()];
-  const std::size_t others = open() + accepted;
+  const std::size_t others = open() + coming;
   const auto most = static_cast<std::size_t>(desk.rules()->service.maxConnections);
   worker.counters.connections.fetch_add(1, std::memory_order_relaxed);
   if (others >= most) worker.counters.overLimit.fetch_add(1, std::memory_order_relaxed);
+  if (others >= most + kMostTold) return;
   sockaddr_storage address{};
   socklen_t size = sizeof address;
-  getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size);
-  if (others >= most + kMostTold) {
-    close(descriptor);
-    return;
-  }
+  getsockname(client.get(), reinterpret_cast<sockaddr*>(&address), &size);
   const int on = 1;
-  if (address.ss_family != AF_UNIX) setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-  ++accepted;
+  if (address.ss_family != AF_UNIX) setsockopt(client.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
   asio::post(worker.context(),
-             [this, &worker, descriptor, protocol, family = address.ss_family, isOver = others >= most] {
-               StreamSocket socket(worker.context());
-               asio::error_code error;
-               socket.assign(asio::generic::stream_protocol(family, 0), descriptor, error);
-               if (error) {  // the system watches no more descriptors
-                 close(descriptor);
-                 --accepted;
-                 return;
-               }
-               protocol == Protocol::kPolicy ? serveOn<PolicyRequest>(worker, std::move(socket), isOver)
-                                             : serveOn<SocketmapRequest>(worker, std::move(socket), isOver);
-             });
+             [this, &worker, client = std::move(client), protocol, family = address.ss_family, isOver = others >= most,
+              counted = Coming(coming)]() mutable { bring(worker, std::move(client), family, protocol, isOver); });
 }
 
 Server::Server(const Desk& desk, int threads) : m_parts(std::make_unique<Parts>(desk, threads)) {}
@@ -166,11 +192,13 @@ void Server::start() {
     worker->start();
 }
 
-// What waits to be accepted has been asked too.
+// What waits to be accepted has been asked too. The files go at once, however busy the workers are.
 void Server::beginDrain() {
+  for (const auto& acceptor : m_parts->acceptors)
+    acceptor->socket.takeFileAway();
   asio::post(m_parts->workers[0]->context(), [this] {
     for (const auto& acceptor : m_parts->acceptors) {
-      acceptor->accept(kMostWaiting);
+      (void)acceptor->accept(kMostWaiting);
       acceptor->close();
     }
     for (const auto& worker : m_parts->workers)
@@ -180,7 +208,7 @@ void Server::beginDrain() {
 }
 
 bool Server::isDrained() const {
-  return m_parts->isDraining && m_parts->open() + m_parts->accepted == 0;
+  return m_parts->isDraining && m_parts->open() + m_parts->coming == 0;
 }
 
 void Server::stop() {

@@ -5,8 +5,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <exception>
+#include <fcntl.h>
 #include <memory>
-#include <sys/resource.h>
+#include <optional>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -19,9 +21,10 @@
 #include "service/Answerer.h"
 #include "service/DecisionLog.h"
 #include "service/Identity.h"
-#include "service/ListenSocket.h"
 #include "service/Server.h"
+#include "service/Sockets.h"
 #include "service/SystemdSockets.h"
+#include "service/signals_internal.h"
 #include "support/PolicyLog.h"
 
 namespace zrservice {
@@ -41,18 +44,24 @@ zrhost::Settings readSettings(const std::string& configFile) {
   return zrhost::Settings(request);
 }
 
-// What a settings file says that cannot be served by, before anything is done.
-void requireService(const Options& options) {
+// What settings say that cannot be served by.
+void requireOptions(const Options& options) {
+  if (options.database.file.empty() && options.database.dsn.empty())
+    throw zrhost::HostError(zrhost::ErrorKind::kUsage, "[database] names none; set file or dsn");
   requireActions(options.service);
   requireSocketSettings(options.service);
   DecisionLog::requireSettings(options.service);
-  for (const auto& [name, list] : {std::pair("[service] listen", &options.service.listen),
-                                   std::pair("[service] socketmap", &options.service.socketmap)}) {
-    for (const std::string& text : *list)
-      parseListenAddress(text, name, options.service.allowRemote);
+  requireAddresses(options);
+  if (!options.service.user.empty()) (void)identityToTake(options.service.user);
+}
+
+// Before anything is done; a fault is told with the file that it is in.
+void requireService(const zrhost::Settings& settings) {
+  try {
+    requireOptions(settings.options());
+  } catch (const zrhost::HostError& error) {
+    throw zrhost::HostError(error.kind(), zrhost::terminalText(settings.file().path) + ": " + error.what());
   }
-  for (const std::string& text : options.admin.listen)
-    parseListenAddress(text, "[admin] listen", false);
 }
 
 zrlive::LiveOptions liveOptions(const zrhost::Settings& settings) {
@@ -90,45 +99,29 @@ int threadsOf(const zrhost::ServiceSection& service) {
   return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostThreads);
 }
 
-// As many connections as the settings allow, and what the service needs beside them.
-void raiseDescriptorLimit(const zrhost::ServiceSection& service) {
-  rlimit limit{};
-  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
-  const rlim_t wanted = static_cast<rlim_t>(service.maxConnections) + 512;
-  if (limit.rlim_cur >= wanted) return;
-  limit.rlim_cur = std::min(wanted, limit.rlim_max);
-  setrlimit(RLIMIT_NOFILE, &limit);
+// A process that was started without standard error would log into whatever it opens first, a connection in the end.
+void openStandardDescriptors() {
+  int descriptor = 0;
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO)
+    descriptor = open("/dev/null", O_RDWR);
+  if (descriptor > STDERR_FILENO) close(descriptor);
 }
 
-sigset_t handledSignals() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int number : {SIGHUP, SIGTERM, SIGINT})
-    sigaddset(&set, number);
-  return set;
+void makeRoomForConnections(const zrhost::ServiceSection& service) {
+  const unsigned long limit = raiseDescriptorLimit(service);
+  if (limit > 0)
+    say("warning: [service] max_connections = " + std::to_string(service.maxConnections) + ", but only " +
+        std::to_string(limit) + " descriptors are allowed; see LimitNOFILE of systemd.exec(5), or ulimit -n");
 }
 
-struct Sockets {
-  std::vector<ListenSocket> policy, socketmap, admin;
-};
-
-void openMissing(std::vector<ListenSocket>& sockets, const zrhost::TextList& addresses, const char* title,
-                 bool allowRemote, const zrhost::ServiceSection& service) {
-  if (!sockets.empty()) return;
-  for (const std::string& text : addresses)
-    sockets.emplace_back(parseListenAddress(text, title, allowRemote), service);
-}
-
-Sockets openSockets(const Options& options) {
-  HandedSockets handed = takeHandedSockets();
-  Sockets sockets{std::move(handed.policy), std::move(handed.socketmap), std::move(handed.admin)};
-  const zrhost::ServiceSection& service = options.service;
-  openMissing(sockets.policy, service.listen, "[service] listen", service.allowRemote, service);
-  openMissing(sockets.socketmap, service.socketmap, "[service] socketmap", service.allowRemote, service);
-  openMissing(sockets.admin, options.admin.listen, "[admin] listen", false, service);
-  if (sockets.policy.empty() && sockets.socketmap.empty())
-    throw zrhost::HostError(zrhost::ErrorKind::kUsage, "[service] listen and socketmap are empty: nobody could ask");
-  return sockets;
+void sayWhatStays(const Sockets& sockets) {
+  for (const auto* const list : {&sockets.policy, &sockets.socketmap, &sockets.admin}) {
+    for (const ListenSocket& socket : *list) {
+      if (socket.isFileForKeeps())
+        say("warning: the file of " + socket.text() +
+            " cannot be taken away at the end: its folder belongs to another user");
+    }
+  }
 }
 
 // The names of settings that a running service cannot change, and that differ.
@@ -151,7 +144,8 @@ std::vector<std::string> restartNeeded(const zrhost::Settings& now, const zrhost
 
 class Running {
  public:
-  explicit Running(const std::string& configFile) : m_configFile(configFile), m_settings(readSettings(configFile)) {}
+  explicit Running(const std::string& configFile)
+      : m_configFile(configFile), m_started(readSettings(configFile)), m_settings(m_started) {}
 
   int run();
 
@@ -160,12 +154,13 @@ class Running {
   void start(Sockets sockets);
   void reload();
   void applyLogLevel() const { zrhost::setLogLevel(std::max(options().log.level, kLeastLogLevel)); }
-  void serve(const sigset_t& signals);
-  bool drain(const sigset_t& signals);
-  void end(const sigset_t& signals);
+  void readAgain();
+  void serve(const Signals& signals);
+  std::optional<int> drain(const Signals& signals);
+  void end(const Signals& signals);
 
   std::string m_configFile;
-  zrhost::Settings m_settings;
+  zrhost::Settings m_started, m_settings;  // what it was started with, and what was read last
   std::unique_ptr<DecisionLog> m_log;
   std::unique_ptr<zrlive::LivePolicies> m_policies;
   std::unique_ptr<Desk> m_desk;
@@ -190,25 +185,30 @@ void Running::start(Sockets sockets) {
   m_admin->start();
 }
 
+void Running::readAgain() {
+  zrhost::Settings next = readSettings(m_configFile);
+  requireService(next);
+  sayWarnings(next);
+  for (const std::string& name : restartNeeded(m_started, next))
+    say(name + " has changed, which takes a restart");
+  m_desk->setRules(std::make_shared<Rules>(next.options()));
+  m_settings = std::move(next);
+  applyLogLevel();
+  makeRoomForConnections(options().service);
+  say("the settings were read again");
+}
+
 void Running::reload() {
   if (m_log != nullptr) m_log->reopen();
   try {
-    zrhost::Settings next = readSettings(m_configFile);
-    requireService(next.options());
-    sayWarnings(next);
-    for (const std::string& name : restartNeeded(m_settings, next))
-      say(name + " has changed, which takes a restart");
-    m_desk->setRules(std::make_shared<Rules>(next.options()));
-    m_settings = std::move(next);
-    applyLogLevel();
-    say("the settings were read again");
-  } catch (const zrhost::HostError& error) {
+    readAgain();
+  } catch (const std::exception& error) {
     say(std::string(error.what()) + "; the settings stay as they were");
   }
 }
 
 // Until a signal ends it. It counts as ready when there are policies to answer from, or when there will be none soon.
-void Running::serve(const sigset_t& signals) {
+void Running::serve(const Signals& signals) {
   using Clock = std::chrono::steady_clock;
   const auto readyAt = Clock::now() + kLongestStart;
   for (bool isReady = false;;) {
@@ -216,57 +216,49 @@ void Running::serve(const sigset_t& signals) {
       tellManager("READY=1");
       isReady = true;
     }
-    const int number = isReady ? sigwaitinfo(&signals, nullptr) : sigtimedwait(&signals, nullptr, &kMoment);
-    if (number == SIGHUP) reload();
-    if (number == SIGTERM || number == SIGINT) return;
+    const int number = isReady ? signals.wait() : signals.waitFor(kMoment).value_or(0);
+    if (Signals::meansEnd(number)) return;
+    if (number != SIGHUP) continue;
+    tellManagerOfReload();
+    reload();
+    if (isReady) tellManager("READY=1");
   }
 }
 
-// Answers what has been asked; false when it is told a second time to end.
-bool Running::drain(const sigset_t& signals) {
+// Answers what has been asked; the signal that says a second time to end, if one comes meanwhile.
+std::optional<int> Running::drain(const Signals& signals) {
   using Clock = std::chrono::steady_clock;
   const auto end = Clock::now() + seconds(m_desk->rules()->service.shutdownTimeout);
   m_server->beginDrain();
   while (!m_server->isDrained() && Clock::now() < end) {
-    const int number = sigtimedwait(&signals, nullptr, &kMoment);
-    if (number == SIGTERM || number == SIGINT) return false;
+    const std::optional<int> number = signals.waitFor(kMoment);
+    if (number && Signals::meansEnd(*number)) return number;
   }
-  return true;
+  return std::nullopt;
 }
 
-// Whoever says it once more means at once, whatever the rest waits for: the process then ends by the signal itself.
-void endAtOnceWhenTold() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int number : {SIGTERM, SIGINT}) {
-    std::signal(number, SIG_DFL);
-    sigaddset(&set, number);
-  }
-  pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
-}
-
-void Running::end(const sigset_t& signals) {
+// Whoever says it once more means at once, whatever the rest waits for. By then no file of a socket is left.
+void Running::end(const Signals& signals) {
   tellManager("STOPPING=1");
-  const bool hasTime = drain(signals);
+  const std::optional<int> again = drain(signals);
+  m_admin->close();
+  Signals::letThemEnd();
+  if (again) std::raise(*again);
   m_server->stop();
-  m_admin->close();  // from here on no file of a socket is left
-  if (!hasTime) std::_Exit(0);
-  endAtOnceWhenTold();
   m_admin->stop();
   m_policies->stop(seconds(m_desk->rules()->service.shutdownTimeout));
 }
 
 int Running::run() {
   applyLogLevel();
-  requireService(options());
+  requireService(m_settings);
   sayWarnings(m_settings);
-  (void)m_settings.database();  // that there is one
-  std::signal(SIGPIPE, SIG_IGN);
-  const sigset_t signals = handledSignals();
-  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  raiseDescriptorLimit(options().service);
+  const std::optional<Identity> identity = identityToTake(options().service.user);
+  const Signals signals;
+  makeRoomForConnections(options().service);
   Sockets sockets = openSockets(options());
-  dropRoot(options().service.user);
+  if (identity) become(*identity);
+  sayWhatStays(sockets);
   start(std::move(sockets));
   serve(signals);
   end(signals);
@@ -276,13 +268,14 @@ int Running::run() {
 }  // namespace
 
 int runService(const std::string& configFile) {
+  openStandardDescriptors();
   return Running(configFile).run();
 }
 
 int checkService(const std::string& configFile) {
   const zrhost::Settings settings = readSettings(configFile);
   zrhost::setLogLevel(settings.options().log.level);
-  requireService(settings.options());
+  requireService(settings);
   sayWarnings(settings);
   const zrlive::LiveStatus found = zrlive::LivePolicies::check(liveOptions(settings));
   std::printf("settings are fine; the database has revision %lld with %llu policies, %llu links, %llu members\n",

@@ -20,7 +20,8 @@ Found SocketmapRequest::parse(std::string_view bytes) {
     length = length * 10 + static_cast<std::size_t>(bytes[at] - '0');
   }
   if (at == bytes.size()) return {};
-  if (at == 0 || bytes[at] != ':') return {0, "no netstring"};
+  const bool hasLeadingZero = at > 1 && bytes[0] == '0';
+  if (at == 0 || hasLeadingZero || bytes[at] != ':') return {0, "no netstring"};
   if (length > kMostRequestBytes) return {0, "a netstring of more than 65536 bytes"};
   const std::string_view rest = bytes.substr(at + 1);
   if (rest.size() <= length) return {};

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "host/base/HostError.h"
+#include "host/base/terminal_text.h"
 
 namespace zrservice {
 namespace {
@@ -34,17 +35,15 @@ Verdict verdictFor(const zrlive::Answer& answer, const zrhost::ServiceSection& s
 void requireActions(const zrhost::ServiceSection& settings) {
   const std::pair<const char*, const std::string&> actions[] = {{"no_match_action", settings.noMatchAction},
                                                                 {"unavailable_action", settings.unavailableAction},
+                                                                {"stale_action", settings.staleAction},
                                                                 {"fault_action", settings.faultAction}};
   for (const auto& [name, action] : actions) {
-    if (canBeSent(action)) continue;
-    throw zrhost::HostError(zrhost::ErrorKind::kUsage, "[service] " + std::string(name) +
-                                                           " cannot be sent: it is empty, longer than 900 bytes, or "
-                                                           "holds a line break; correct it");
-  }
-  if (!settings.staleAction.empty() && !canBeSent(settings.staleAction)) {
+    const bool isLeftOut = action.empty() && name == std::string_view("stale_action");
+    if (isLeftOut || canBeSent(action)) continue;
     throw zrhost::HostError(zrhost::ErrorKind::kUsage,
-                            "[service] stale_action cannot be sent: it is longer than 900 bytes, or holds a line "
-                            "break; correct it");
+                            "[service] " + std::string(name) + " = \"" + zrhost::shortened(action) +
+                                "\": an action that is empty, longer than 900 bytes, or holds a line break cannot be "
+                                "sent");
   }
 }
 

@@ -3,9 +3,11 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
+#include "host/ask/Answer.h"
 #include "host/base/HostError.h"
 #include "host/explain/Explainer.h"
 #include "host/explain/ExplanationJson.h"
+#include "host/format/AnswerJson.h"
 #include "live/LiveError.h"
 #include "service/Verdict.h"
 
@@ -124,17 +126,20 @@ AdminReply answer(const Desk& desk, const Asked& asked) {
   json["state"] = zrlive::nameOf(state);
   if (!snapshot) {
     json["action"] = verdictWithout(state, rules->service).action();
+    json["error"] = "the service has no policies yet";
     return {503, json.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + '\n'};
   }
   zrlive::Answer found;
   snapshot->ask(asked.live, found);
   const bool isReady = state == zrlive::LiveState::kReady;
   json["source"] = zrlive::nameOf(snapshot->source());
-  json["generation"] = snapshot->generation();
-  json["revision"] = snapshot->revision();
   json["action"] = (isReady ? verdictFor(found, rules->service) : verdictWithout(state, rules->service)).action();
   std::string text = json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-  text.replace(text.size() - 1, 1, ",\"explain\":");
+  text.back() = ',';
+  const zrhost::Answer answer = zrhost::ask(snapshot->inner(), asked.host);
+  text += zrhost::answerJson(answer, snapshot->generation(), snapshot->revision()).substr(1);
+  text.back() = ',';
+  text += "\"explain\":";
   zrhost::writeExplanationJson(zrhost::Explainer(snapshot->inner()).explain(asked.host),
                                [&text](std::string_view piece) { text += piece; });
   return {200, text + "}\n"};

@@ -1,6 +1,8 @@
 #include "service/admin_report_internal.h"
 
 #include <array>
+#include <bit>
+#include <cmath>
 #include <ctime>
 #include <nlohmann/json.hpp>
 
@@ -9,11 +11,11 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr std::array kLinkTypes = {"default", "user", "group", "host", "address", "range", "other"};
+constexpr std::array kLinkTypes = {"user", "group", "host", "address", "range", "other"};
 
 ordered_json timeText(std::chrono::system_clock::time_point time) {
   const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
-  if (seconds == 0) return nullptr;
+  if (seconds <= 0) return nullptr;
   std::tm parts{};
   gmtime_r(&seconds, &parts);
   std::array<char, 32> text{};
@@ -25,16 +27,24 @@ double secondsOf(std::chrono::milliseconds time) {
   return static_cast<double>(time.count()) / 1000;
 }
 
+ordered_json textOrNull(const std::string& text) {
+  return text.empty() ? ordered_json() : ordered_json(text);
+}
+
+double tenths(double microseconds) {
+  return std::round(microseconds * 10) / 10;
+}
+
 ordered_json linksJson(const zrlive::SnapshotCounts& counts) {
   ordered_json json = ordered_json::object();
-  for (std::size_t type = 1; type < kLinkTypes.size(); ++type)
-    json[kLinkTypes[type]] = counts.linksByType[type];
+  for (std::size_t i = 0; i < kLinkTypes.size(); ++i)
+    json[kLinkTypes[i]] = counts.linksByType[i + 1];
   return json;
 }
 
 void addPolicies(ordered_json& json, const zrlive::LiveStatus& status) {
   json["state"] = zrlive::nameOf(status.state);
-  json["source"] = zrlive::nameOf(status.source);
+  json["source"] = status.source == zrlive::LiveSource::kNone ? ordered_json() : zrlive::nameOf(status.source);
   json["epoch"] = status.epoch;
   json["revision"] = status.revision;
   json["generation"] = status.generation;
@@ -45,12 +55,12 @@ void addPolicies(ordered_json& json, const zrlive::LiveStatus& status) {
   json["links"] = linksJson(status.counts);
   json["members"] = status.counts.members;
   json["refused_rows"] = status.counts.refusedRows;
-  json["last_error"] = status.lastError.empty() ? ordered_json() : ordered_json(status.lastError);
+  json["last_error"] = textOrNull(status.lastError);
   json["held_back"] = nullptr;
   if (status.isHeldBack) json["held_back"] = {{"revision", status.heldRevision}, {"reason", status.heldReason}};
   json["standby_lag_seconds"] = status.hasStandbyLag ? ordered_json(secondsOf(status.standbyLag)) : ordered_json();
   json["loaders_standing"] = status.loadersStanding;
-  json["keep_error"] = status.keepError.empty() ? ordered_json() : ordered_json(status.keepError);
+  json["keep_error"] = textOrNull(status.keepError);
 }
 
 // The text of OpenMetrics, line by line.
@@ -80,23 +90,20 @@ class Metrics {
   std::string m_name, m_text;
 };
 
-// Words come from the policies: of any bytes.
 std::string label(const char* name, const std::string& value) {
-  std::string text = std::string("{") + name + "=\"";
-  const std::string quoted = ordered_json(value).dump(-1, ' ', true, ordered_json::error_handler_t::replace);
-  for (const char c : quoted.substr(1, quoted.size() - 2))
-    text += c;
-  return text + "\"}";
+  return std::string("{") + name + "=\"" + value + "\"}";
 }
 
+// One bucket for each doubling from a microsecond on, so that it holds whole classes.
 void addHistogram(Metrics& metrics, const Totals& totals) {
-  constexpr std::size_t kStep = 4;
+  constexpr std::uint64_t kLeast = 1024;  // ns
   metrics.family("answer_seconds", "histogram", "How long an answer took, without the network.");
   std::uint64_t sum = 0;
   for (std::size_t place = 0; place < totals.latency.size(); ++place) {
     sum += totals.latency[place];
-    if (place % kStep == 0 && place < totals.latency.size() - 1)
-      metrics.value("_bucket" + label("le", ordered_json(Latency::microsecondsOf(place) / 1e6).dump()), sum);
+    const std::uint64_t end = Latency::endOf(place);
+    if (std::has_single_bit(end) && end >= kLeast && place < totals.latency.size() - 1)
+      metrics.value("_bucket" + label("le", ordered_json(static_cast<double>(end) / 1e9).dump()), sum);
   }
   metrics.value("_bucket{le=\"+Inf\"}", sum).value("_count", sum).value("_sum", totals.sumMicroseconds / 1e6);
 }
@@ -105,7 +112,7 @@ void addAnswers(Metrics& metrics, const Totals& totals) {
   metrics.family("requests", "counter", "Requests that were answered.")
       .value("_total{protocol=\"policy\"}", totals.policyRequests)
       .value("_total{protocol=\"socketmap\"}", totals.socketmapRequests);
-  metrics.family("answers", "counter", "Answers by their first word.");
+  metrics.family("answers", "counter", "Answers by their first word, those that Postfix does not know as other.");
   for (const auto& [word, count] : totals.answers)
     metrics.value("_total" + label("word", word), count);
   metrics.counter("bad_requests", "Requests that are none, or over a limit.", totals.badRequests);
@@ -145,13 +152,15 @@ std::string AdminReport::statusJson() const {
   json["answers"] = ordered_json::object();
   for (const auto& [word, count] : totals.answers)
     json["answers"][word] = count;
-  json["latency_us"] = {{"p50", totals.quantileMicroseconds(0.5)},
-                        {"p99", totals.quantileMicroseconds(0.99)},
-                        {"max", totals.longestMicroseconds}};
+  json["latency_us"] = {{"p50", tenths(totals.quantileMicroseconds(0.5))},
+                        {"p99", tenths(totals.quantileMicroseconds(0.99))},
+                        {"max", tenths(totals.longestMicroseconds)}};
   json["over_limit"] = totals.overLimit;
   json["bad_requests"] = totals.badRequests;
   json["faulty_actions"] = totals.faultyActions;
   json["ipv6_addresses"] = totals.ipv6Addresses;
+  json["timeouts"] = totals.timeOuts;
+  json["log_lines"] = written;
   json["log_lines_dropped"] = dropped;
   return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';
 }

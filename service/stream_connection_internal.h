@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "service/worker_internal.h"
-#include "support/PolicyLog.h"
 
 namespace zrservice {
 
@@ -117,7 +116,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
     m_isClosing = true;
     if (fault != nullptr) {
       m_worker.counters.badRequests.fetch_add(1, std::memory_order_relaxed);
-      PolicyLog::log(PolicyLog::LEVEL_WARNING, "a connection is closed: %s", fault);
+      m_worker.complain("a connection is closed", fault);
     }
     m_worker.answerer().refuse(m_request, m_reply);
   }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <optional>
 #include <thread>
 
 #include "service/Answerer.h"
@@ -46,6 +47,8 @@ class Worker {
   void add(const std::shared_ptr<Connection>& connection);
   void remove(const Connection* connection);
   bool isDraining() const { return m_isDraining; }
+  // Logs a warning: not each of thousands, and not when nobody takes what is logged, for which no answer waits.
+  void complain(const char* what, const char* why);
 
   Counters counters;
   std::atomic<std::size_t> open{0};
@@ -59,6 +62,7 @@ class Worker {
   asio::steady_timer m_sweep;
   std::list<std::shared_ptr<Connection>> m_connections;
   bool m_isDraining = false;
+  std::optional<Clock::time_point> m_complainedAt;
   asio::executor_work_guard<asio::io_context::executor_type> m_guard = asio::make_work_guard(m_context);
   std::thread m_thread;
 };

@@ -52,7 +52,8 @@ void show(VEXA::VEXALogLevel level, const std::string& text) {
 
 void zrhost::setLogLevel(int level) {
   g_shownLevel = level;
-  PolicyLog::ms_level = std::max(level, static_cast<int>(PolicyLog::LEVEL_ERROR));
+  const int ofLibrary = std::max(level, static_cast<int>(PolicyLog::LEVEL_ERROR));
+  __atomic_store_n(&PolicyLog::ms_level, ofLibrary, __ATOMIC_RELAXED);  // threads may be logging
 }
 
 void VEXA::Log::LogByLevel(VEXALogLevel level, const char* format, ...) {

@@ -83,7 +83,7 @@ TEST_F(ServiceCommands, AcceptWhatIsHeldBack) {
 
 TEST_F(ServiceCommands, AnswerLoggedDecisionsAgain) {
   const std::string line =
-      R"({"time":"t","queue_id":"Q","questions":[{"type":"user","key":"john@example.org"}],"members":false,"results":)"
+      R"({"time":"t","queue_id":"Q","questions":[{"type":"user","key":"john@example.org"}],"results":)"
       R"([{"policy_id":20,"priority":10},{"policy_id":14,"priority":20},{"policy_id":21,"priority":20}],)"
       R"("action":"BCC archive@example.org"})";
   const Words again{"lookup", "--stdin", "--decisions"};
@@ -91,6 +91,15 @@ TEST_F(ServiceCommands, AnswerLoggedDecisionsAgain) {
   runSql(m_database, {"UPDATE policy_rule SET action = 'REJECT' WHERE rule_id = 120"});
   EXPECT_TRUE(json::parse(run(again, line).out)["differs"]);
   EXPECT_EQ(run(again, "{}\n").status, 65);
+  const std::string asked =
+      R"({"questions":[{"type":"user","key":"intern@example.org"},{"type":"group","key":"board"}],"results":[]})";
+  EXPECT_THAT(run(again, asked).out, testing::AllOf(HasSubstr("\"board\""), testing::Not(HasSubstr("\"guests\""))));
+  Words now = again;
+  now.push_back("--with-groups");  // those of now in place of those that were
+  EXPECT_THAT(run(now, asked).out, testing::AllOf(HasSubstr("\"guests\""), testing::Not(HasSubstr("\"board\""))));
+  const std::string hidden =
+      R"({"questions":[{"type":"user","key":"hmac:)" + std::string(32, '0') + R"("}],"results":[]})";
+  EXPECT_THAT(run(again, hidden).out, HasSubstr("redacted"));
   expectRefusal(run({"lookup", "--decisions", "--all"}), 64, "--decisions needs --stdin");
 }
 

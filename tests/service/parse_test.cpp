@@ -44,50 +44,6 @@ std::vector<std::string> parsed(const std::string& bytes, std::size_t split) {
   return found;
 }
 
-template <class Request>
-void expectSameAtEverySplit(const std::string& bytes, const std::vector<std::string>& wanted) {
-  for (std::size_t split = 0; split <= bytes.size(); ++split)
-    ASSERT_EQ(parsed<Request>(bytes, split), wanted) << "split at " << split;
-}
-
-TEST(PolicyRequest, IsTheSameHoweverItArrives) {
-  expectSameAtEverySplit<PolicyRequest>("request=smtpd_access_policy\nx=a=b\nempty=\n\nrequest=2\n\nrequest=half",
-                                        {"request=smtpd_access_policy;x=a=b;empty=;", "request=2;"});
-}
-
-TEST(SocketmapRequest, IsTheSameHoweverItArrives) {
-  expectSameAtEverySplit<SocketmapRequest>("21:user john@example.org,7:default,8:user a b,12:user h",
-                                           {"user>john@example.org", "default>", "user>a b"});
-}
-
-TEST(PolicyRequest, RefusesWhatIsNone) {
-  const std::string manyLines = [] {
-    std::string text;
-    for (int i = 0; i < 201; ++i)
-      text += "a=b\n";
-    return text;
-  }();
-  const std::pair<std::string, const char*> cases[] = {
-      {"\n", "fault: a request without attributes"},
-      {"GET / HTTP/1.1\r\n", "fault: a line that is no name=value"},
-      {"=x\n", "fault: a line that is no name=value"},
-      {std::string("a=\0\n", 4), "fault: a zero byte"},
-      {manyLines, "fault: a request of more than 200 attributes"},
-      {std::string(70000, 'x'), "fault: a request of more than 65536 bytes"}};
-  for (const auto& [bytes, fault] : cases)
-    EXPECT_EQ(parsed<PolicyRequest>(bytes, bytes.size() / 2), std::vector<std::string>{fault});
-}
-
-TEST(SocketmapRequest, RefusesWhatIsNone) {
-  const std::pair<std::string, const char*> cases[] = {{":x", "fault: no netstring"},
-                                                       {"5x", "fault: no netstring"},
-                                                       {"3:abcd", "fault: a netstring without its comma"},
-                                                       {"999999", "fault: a netstring of more than 65536 bytes"},
-                                                       {"65537:", "fault: a netstring of more than 65536 bytes"}};
-  for (const auto& [bytes, fault] : cases)
-    EXPECT_EQ(parsed<SocketmapRequest>(bytes, 1), std::vector<std::string>{fault}) << bytes;
-}
-
 // Whatever arrives, pieces tell the same as the whole; run under the sanitizers nothing is read beside it.
 template <class Request>
 void expectPiecesTellTheSame(std::string bytes) {
