@@ -21,7 +21,11 @@ constexpr int kPolicies = 900, kDefault = 1000, kEnvelopes = 1000;
 constexpr char kRows[] = R"(
 INSERT INTO policy SELECT i, 2, 'Policy ' || i, 0 FROM n WHERE i <= 900;
 INSERT INTO policy VALUES (1000, 1, 'Everybody else', 1);
-INSERT INTO policy_rule SELECT policy_id, 1, policy_id, 247, 'Always', 0, 'DUNNO policy ' || policy_id FROM policy;
+INSERT INTO policy VALUES (901, 2, 'Refused', 0);
+INSERT INTO policy_rule VALUES (901, 1, 901, 247, 'Always', 0, 'REJECT 5.7.1 refused');
+INSERT INTO ep_link VALUES (50000000, 1, 'refused@example.org', 901, 1);
+INSERT INTO policy_rule SELECT policy_id, 1, policy_id, 247, 'Always', 0, 'DUNNO policy ' || policy_id FROM policy
+  WHERE policy_id <> 901;
 INSERT INTO ep_link SELECT i, 1, 'user' || i || '@example.org', 1 + i % 900, 10 FROM n WHERE i <= N * 6 / 10;
 INSERT INTO ep_link SELECT 10000000 + i, 2, 'group' || i, 1 + i % 900, 20 FROM n WHERE i <= N * 2 / 10;
 INSERT INTO ep_link SELECT 20000000 + i, 3, 'host' || i || '.example.net', 1 + i % 900, 30 FROM n WHERE i <= N / 10;

@@ -34,7 +34,7 @@ std::unique_ptr<zrtest::ChildProcess> startConstant(const std::string& socketPat
                                                     int threads, int core);
 
 // zrpolicyd as a process, with an SQLite database of so many links of users, groups, hosts and addresses, 5,000 ranges
-// and 900 policies. Ready when the constructor returns.
+// and 900 policies; and one that refuses the mail of refused@example.org. Ready when the constructor returns.
 class BenchService {
  public:
   BenchService(const std::string& socketPath, std::int64_t links, int core);

@@ -36,7 +36,8 @@ Fault PolicyRequest::takeLines(std::string_view bytes) {
     m_seen = m_lineStart = end + 1;
     if (line.empty()) {
       m_isWhole = true;
-      return m_attributes.empty() ? "a request without attributes" : nullptr;
+      if (m_attributes.empty()) return "a request without attributes";
+      return std::memchr(bytes.data(), 0, m_lineStart) != nullptr ? "a zero byte" : nullptr;
     }
     if (const Fault fault = takeLine(line)) return fault;
   }
@@ -46,7 +47,6 @@ Fault PolicyRequest::takeLines(std::string_view bytes) {
 Fault PolicyRequest::takeLine(std::string_view line) {
   const std::size_t equals = line.find('=');
   if (equals == line.npos || equals == 0) return "a line that is no name=value";
-  if (line.find('\0') != line.npos) return "a zero byte";
   if (m_attributes.size() == kMostAttributes) return "a request of more than 200 attributes";
   m_attributes.push_back({line.substr(0, equals), line.substr(equals + 1)});
   return nullptr;

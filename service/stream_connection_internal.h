@@ -17,7 +17,10 @@ template <class Request>
 class StreamConnection : public Connection, public std::enable_shared_from_this<StreamConnection<Request>> {
  public:
   StreamConnection(Worker& worker, StreamSocket socket, bool isOverLimit)
-      : m_worker(worker), m_socket(std::move(socket)), m_isOverLimit(isOverLimit), m_since(Clock::now()) {}
+      : m_worker(worker), m_socket(std::move(socket)), m_isOverLimit(isOverLimit), m_since(coarseNow()) {
+    asio::error_code ignored;  // one that blocks is noticed by nobody but who does not take replies
+    m_socket.non_blocking(true, ignored);
+  }
 
   void start() { m_worker.isDraining() ? drain() : read(); }
 
@@ -71,7 +74,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   }
 
   void take(std::size_t size) {
-    if (m_start == m_end) m_since = Clock::now();  // the first byte of a request
+    if (m_start == m_end) m_since = coarseNow();  // the first byte of a request
     m_end += size;
     serve();
   }
@@ -90,6 +93,18 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   }
 
   void serve() {
+    for (answerRequests(); !m_reply.empty(); answerRequests()) {
+      if (!sendAtOnce()) return write();
+      if (m_isClosing) return close();
+    }
+    if (m_isClosing) return close();
+    if (!m_worker.isDraining()) return read();
+    const bool isDone = m_hasReadAll && m_end == m_start;
+    isDone ? close() : readWhatIsThere();
+  }
+
+  // Those that have arrived whole.
+  void answerRequests() {
     while (m_end > m_start && !m_isClosing && m_reply.size() < kMostReplyBytes) {
       const Found found = m_request.parse({m_bytes.data() + m_start, m_end - m_start});
       if (found.fault != nullptr) {
@@ -101,14 +116,9 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
         m_isOverLimit ? refuse(nullptr) : m_worker.answerer().answer(m_request, m_reply);
         m_isClosing |= m_reply.size() == before;  // no memory; the next reply would be taken for this one's
         m_start += found.size;
-        m_since = Clock::now();
+        m_since = coarseNow();
       }
     }
-    if (!m_reply.empty()) return write();
-    if (m_isClosing) return close();
-    if (!m_worker.isDraining()) return read();
-    const bool isDone = m_hasReadAll && m_end == m_start;
-    isDone ? close() : readWhatIsThere();
   }
 
   // Replies to what cannot be answered, and hears no more of it.
@@ -121,6 +131,13 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
     m_worker.answerer().refuse(m_request, m_reply);
   }
 
+  // Nearly always the system takes a reply as it is, and nothing has to be waited for.
+  bool sendAtOnce() {
+    asio::error_code error;
+    m_reply.erase(0, m_socket.write_some(asio::buffer(m_reply), error));
+    return m_reply.empty();
+  }
+
   void write() {
     m_isWriting = true;
     asio::async_write(m_socket, asio::buffer(m_reply),
@@ -128,7 +145,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
                         self->m_isWriting = false;
                         self->m_reply.clear();
                         if (error || self->m_isClosing) return self->close();
-                        self->m_since = Clock::now();
+                        self->m_since = coarseNow();
                         self->serve();
                       });
   }
