@@ -135,10 +135,10 @@ BenchService::BenchService(const std::string& socketPath, std::int64_t links, in
   makeDatabase(links);
   const std::string folder = m_folder.path().string();
   const bool isRoot = geteuid() == 0;
-  m_folder.write("conf", "[database]\nfile = " + m_folder.file("policies.db") + "\n[service]\nlisten = unix:" +
-                             socketPath + "\nsocket_mode = 0666\nstate_folder = " + folder + "\n" +
-                             (isRoot ? "user = nobody\n" : "") + "[admin]\nlisten = unix:" + m_folder.file("admin") +
-                             "\n");
+  m_folder.write("conf",
+                 "[database]\nfile = " + m_folder.file("policies.db") + "\n[service]\nlisten = unix:" + socketPath +
+                     "\nsocket_mode = 0666\nstate_folder = " + folder + "\n" + (isRoot ? "user = nobody\n" : "") +
+                     "[admin]\nlisten = unix:" + m_folder.file("admin") + "\n");
   if (isRoot) zrtest::outputOf("chown -R nobody '" + folder + "'");
   m_daemon = std::make_unique<zrtest::ChildProcess>(heldOn(core, {ZR_DAEMON, "--config", m_folder.file("conf")}),
                                                     m_folder.file("log"));

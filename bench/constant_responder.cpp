@@ -1,5 +1,5 @@
-// What zrpolicyd is measured against: a policy service on the same library and the same threads that gives every request
-// the same action, and reads nothing of it but where it ends.
+// What zrpolicyd is measured against: a policy service on the same library and the same threads that gives every
+// request the same action, and reads nothing of it but where it ends.
 //
 //     constant_responder SOCKET ACTION THREADS
 

@@ -1,6 +1,7 @@
 // The service beside a responder that answers every request with a constant: requests per second on one core, and the
 // time to answer at a fixed rate, quiet and while a million links are loaded again and again. Both are processes of
-// their own on the first processor, the client is on the last one; they are measured in turn, and every reply is checked.
+// their own on the first processor, the client is on the last one; they are measured in turn, and every reply is
+// checked.
 
 #include <cstdio>
 #include <cstdlib>

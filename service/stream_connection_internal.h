@@ -18,7 +18,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
  public:
   StreamConnection(Worker& worker, StreamSocket socket, bool isOverLimit)
       : m_worker(worker), m_socket(std::move(socket)), m_isOverLimit(isOverLimit), m_since(coarseNow()) {
-    asio::error_code ignored;  // one that blocks is noticed by nobody but who does not take replies
+    asio::error_code ignored;  // a write must not wait
     m_socket.non_blocking(true, ignored);
   }
 
@@ -93,10 +93,8 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   }
 
   void serve() {
-    for (answerRequests(); !m_reply.empty(); answerRequests()) {
-      if (!sendAtOnce()) return write();
-      if (m_isClosing) return close();
-    }
+    answerRequests();
+    if (!m_reply.empty()) return write();
     if (m_isClosing) return close();
     if (!m_worker.isDraining()) return read();
     const bool isDone = m_hasReadAll && m_end == m_start;
@@ -131,23 +129,26 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
     m_worker.answerer().refuse(m_request, m_reply);
   }
 
-  // Nearly always the system takes a reply as it is, and nothing has to be waited for.
-  bool sendAtOnce() {
-    asio::error_code error;
-    m_reply.erase(0, m_socket.write_some(asio::buffer(m_reply), error));
-    return m_reply.empty();
-  }
-
+  // Nearly always the system takes a reply as it is. What is next waits until the other connections have had their
+  // turn all the same: until then the next request may have come, which saves looking for it in vain.
   void write() {
     m_isWriting = true;
-    asio::async_write(m_socket, asio::buffer(m_reply),
-                      [self = this->shared_from_this()](const asio::error_code& error, std::size_t) {
-                        self->m_isWriting = false;
-                        self->m_reply.clear();
-                        if (error || self->m_isClosing) return self->close();
-                        self->m_since = coarseNow();
-                        self->serve();
+    asio::error_code error;
+    const std::size_t sent = m_socket.write_some(asio::buffer(m_reply), error);
+    if (sent == m_reply.size())
+      return asio::post(m_worker.context(), [self = this->shared_from_this()] { self->finishWrite({}); });
+    asio::async_write(m_socket, asio::buffer(m_reply.data() + sent, m_reply.size() - sent),
+                      [self = this->shared_from_this()](const asio::error_code& failure, std::size_t) {
+                        self->finishWrite(failure);
                       });
+  }
+
+  void finishWrite(const asio::error_code& error) {
+    m_isWriting = false;
+    m_reply.clear();
+    if (error || m_isClosing) return close();
+    if (m_start == m_end) m_since = coarseNow();  // what has begun meanwhile goes by its own first byte
+    serve();
   }
 
   Worker& m_worker;
