@@ -17,15 +17,16 @@ void refuseBadKey(Question::Kind kind, std::string_view key) {
   asLiveError([&] { zrhost::makeQuestionPart(zrhost::kQuestionWords[static_cast<std::size_t>(kind)], key); });
 }
 
-bool needsLook(Question::Kind kind, std::string_view key) {
-  return kind == Question::Kind::kAddress || key.empty() || key.find('\0') != std::string_view::npos;
+bool isGood(Question::Kind kind, std::string_view key) {
+  if (kind == Question::Kind::kAddress) return Question::isAddress(key);
+  return !key.empty() && key.find('\0') == std::string_view::npos;
 }
 
 }  // namespace
 
 Question& Question::add(Kind kind, std::string_view key) {
   if (kind >= Kind::kDefault) key = {};
-  if (kind < Kind::kDefault && needsLook(kind, key)) refuseBadKey(kind, key);
+  if (kind < Kind::kDefault && !isGood(kind, key)) refuseBadKey(kind, key);
   m_parts.reserve(m_parts.size() + 1);
   const std::size_t start = m_text.size();
   m_text.reserve(start + key.size() + 1);
@@ -41,12 +42,7 @@ void Question::clear() {
 }
 
 bool Question::isAddress(std::string_view text) {
-  try {
-    refuseBadKey(Kind::kAddress, text);
-    return true;
-  } catch (const LiveError&) {
-    return false;
-  }
+  return zrhost::isAddress(text);
 }
 
 }  // namespace zrlive

@@ -40,12 +40,20 @@ class PolicyRequest {
   std::string_view value(std::string_view name) const;
 
  private:
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+  void beginLine(std::size_t start);
   Fault takeLines(std::string_view bytes);
-  Fault takeLine(std::string_view line);
+  // What ends a name or a line, or is a zero byte.
+  Fault takeMark(std::string_view bytes, std::size_t at);
+  // The line that ends with these bytes.
+  Fault takeLine(std::string_view bytes);
 
   std::vector<Attribute> m_attributes;
-  std::size_t m_seen = 0;       // bytes that were looked at
-  std::size_t m_lineStart = 0;  // of the line that is not whole
+  std::size_t m_seen = 0;        // bytes that were looked at
+  std::size_t m_lineStart = 0;   // of the line that is not whole, like what follows
+  std::size_t m_equals = kNone;  // the first equals sign
+  bool m_hasZero = false;
   bool m_isWhole = true;
 };
 

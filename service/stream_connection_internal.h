@@ -17,7 +17,10 @@ template <class Request>
 class StreamConnection : public Connection, public std::enable_shared_from_this<StreamConnection<Request>> {
  public:
   StreamConnection(Worker& worker, StreamSocket socket, bool isOverLimit)
-      : m_worker(worker), m_socket(std::move(socket)), m_isOverLimit(isOverLimit), m_since(Clock::now()) {}
+      : m_worker(worker), m_socket(std::move(socket)), m_isOverLimit(isOverLimit), m_since(coarseNow()) {
+    asio::error_code ignored;  // a write must not wait
+    m_socket.non_blocking(true, ignored);
+  }
 
   void start() { m_worker.isDraining() ? drain() : read(); }
 
@@ -71,7 +74,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   }
 
   void take(std::size_t size) {
-    if (m_start == m_end) m_since = Clock::now();  // the first byte of a request
+    if (m_start == m_end) m_since = coarseNow();  // the first byte of a request
     m_end += size;
     serve();
   }
@@ -90,6 +93,16 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   }
 
   void serve() {
+    answerRequests();
+    if (!m_reply.empty()) return write();
+    if (m_isClosing) return close();
+    if (!m_worker.isDraining()) return read();
+    const bool isDone = m_hasReadAll && m_end == m_start;
+    isDone ? close() : readWhatIsThere();
+  }
+
+  // Those that have arrived whole.
+  void answerRequests() {
     while (m_end > m_start && !m_isClosing && m_reply.size() < kMostReplyBytes) {
       const Found found = m_request.parse({m_bytes.data() + m_start, m_end - m_start});
       if (found.fault != nullptr) {
@@ -101,14 +114,9 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
         m_isOverLimit ? refuse(nullptr) : m_worker.answerer().answer(m_request, m_reply);
         m_isClosing |= m_reply.size() == before;  // no memory; the next reply would be taken for this one's
         m_start += found.size;
-        m_since = Clock::now();
+        m_since = coarseNow();
       }
     }
-    if (!m_reply.empty()) return write();
-    if (m_isClosing) return close();
-    if (!m_worker.isDraining()) return read();
-    const bool isDone = m_hasReadAll && m_end == m_start;
-    isDone ? close() : readWhatIsThere();
   }
 
   // Replies to what cannot be answered, and hears no more of it.
@@ -121,17 +129,26 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
     m_worker.answerer().refuse(m_request, m_reply);
   }
 
+  // Nearly always the system takes a reply as it is. What is next waits until the other connections have had their
+  // turn all the same: until then the next request may have come, which saves looking for it in vain.
   void write() {
     m_isWriting = true;
-    asio::async_write(m_socket, asio::buffer(m_reply),
-                      [self = this->shared_from_this()](const asio::error_code& error, std::size_t) {
-                        self->m_isWriting = false;
-                        self->m_reply.clear();
-                        if (error || self->m_isClosing) return self->close();
-                        // What has begun meanwhile goes by its own first byte.
-                        if (self->m_start == self->m_end) self->m_since = Clock::now();
-                        self->serve();
+    asio::error_code error;
+    const std::size_t sent = m_socket.write_some(asio::buffer(m_reply), error);
+    if (sent == m_reply.size())
+      return asio::post(m_worker.context(), [self = this->shared_from_this()] { self->finishWrite({}); });
+    asio::async_write(m_socket, asio::buffer(m_reply.data() + sent, m_reply.size() - sent),
+                      [self = this->shared_from_this()](const asio::error_code& failure, std::size_t) {
+                        self->finishWrite(failure);
                       });
+  }
+
+  void finishWrite(const asio::error_code& error) {
+    m_isWriting = false;
+    m_reply.clear();
+    if (error || m_isClosing) return close();
+    if (m_start == m_end) m_since = coarseNow();  // what has begun meanwhile goes by its own first byte
+    serve();
   }
 
   Worker& m_worker;

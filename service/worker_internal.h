@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <ctime>
 #include <list>
 #include <memory>
 #include <optional>
@@ -16,6 +17,13 @@ namespace zrservice {
 
 using Clock = std::chrono::steady_clock;
 using StreamSocket = asio::generic::stream_protocol::socket;
+
+// To some milliseconds: enough for limits of seconds, and asked for with every request.
+inline Clock::time_point coarseNow() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);  // the clock of Clock
+  return Clock::time_point(std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec));
+}
 
 class Worker;
 

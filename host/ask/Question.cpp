@@ -19,11 +19,19 @@ std::string quoted(std::string_view text) {
   return '"' + shortened(text) + '"';
 }
 
-// inet_addr stops at a blank and ignores what follows it: such a text would be answered for another address than the
-// one that its writer had in mind.
-bool isAddress(const std::string& key) {
-  constexpr std::string_view kAddressCharacters = "0123456789abcdefABCDEFxX.";
-  return key.find_first_not_of(kAddressCharacters) == std::string::npos && inet_addr(key.c_str()) != INADDR_NONE;
+// What nearly every address is: four decimal numbers without leading zeros.
+bool isDottedDecimal(std::string_view text) {
+  int numbers = 0;
+  for (std::size_t at = 0; numbers < 4; ++numbers) {
+    const std::size_t start = at;
+    int value = 0;
+    for (; at < text.size() && at < start + 3 && text[at] >= '0' && text[at] <= '9'; ++at)
+      value = value * 10 + (text[at] - '0');
+    if (at == start || value > 255 || (text[start] == '0' && at > start + 1)) return false;
+    if (numbers < 3 && (at == text.size() || text[at++] != '.')) return false;
+    if (numbers == 3 && at < text.size()) return false;
+  }
+  return text != "255.255.255.255";
 }
 
 QuestionPart parsePart(std::string_view text) {
@@ -44,6 +52,14 @@ QuestionPart parsePart(std::string_view text) {
 
 bool isUser(const QuestionPart& part) {
   return part.kind == QuestionPart::Kind::kEntity && part.entityType == ZrPolicyCache::USER;
+}
+
+// inet_addr stops at a blank and ignores what follows it: such a text would be answered for another address than the
+// one that its writer had in mind.
+bool isAddress(std::string_view text) {
+  constexpr std::string_view kAddressCharacters = "0123456789abcdefABCDEFxX.";
+  if (isDottedDecimal(text)) return true;
+  return text.find_first_not_of(kAddressCharacters) == text.npos && inet_addr(std::string(text).c_str()) != INADDR_NONE;
 }
 
 QuestionPart makeQuestionPart(const QuestionWord& word, std::string_view key) {

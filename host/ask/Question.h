@@ -44,6 +44,10 @@ inline constexpr QuestionWord kQuestionWords[] = {
     {"other", "KEY", QuestionPart::Kind::kEntity, ZrPolicyCache::OTHER},
 };
 
+// Whether a text is an address that is looked up with: one that `inet_addr` knows (not 255.255.255.255), and nothing
+// that follows it.
+bool isAddress(std::string_view text);
+
 // Makes the part for a word of kQuestionWords and its key.
 //
 // Throws HostError kUsage for a key that the library would not search with, or would read only a part of: an empty
