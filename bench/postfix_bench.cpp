@@ -15,14 +15,18 @@
 
 namespace {
 
-constexpr int kRepeated = 4;  // RCPTs for one envelope
+constexpr int kRepeated = 8;  // RCPTs that are timed for one envelope, behind the one that opens the queue file
+
+// Postfix holds back a client that brings mail faster than it is delivered.
+constexpr char kNoPause[] = "in_flow_delay = 0\n";
 
 std::string settingsWithService() {
-  return zrtest::guideBlock("# /etc/postfix/main.cf");
+  return kNoPause + zrtest::guideBlock("# /etc/postfix/main.cf");
 }
 
 std::string settingsWithout() {
-  return "smtpd_relay_restrictions = permit_mynetworks, reject_unauth_destination\nsmtpd_recipient_restrictions =\n";
+  return std::string(kNoPause) +
+         "smtpd_relay_restrictions = permit_mynetworks, reject_unauth_destination\nsmtpd_recipient_restrictions =\n";
 }
 
 // A Postfix with one session, whose RCPTs are timed.
@@ -34,8 +38,6 @@ struct Side {
     if (!session) session = std::make_unique<zrtest::SmtpClient>(postfix.smtpSocket());
     expect(session->offer(mailOf(envelope)));
     for (int i = 0; i < kRepeated; ++i) {
-      session->say("RSET");
-      session->say("MAIL FROM:<stranger@example.com>");
       std::string reply;
       microseconds.push_back(1e6 * zrbench::secondsFor([&] { reply = session->say("RCPT TO:<someone@example.org>"); }));
       expect(reply);
@@ -113,7 +115,7 @@ void measured(benchmark::State& state, std::int64_t links, const Measure& measur
 }
 
 void recipient(benchmark::State& state) {
-  measured(state, 100000, [](Contest& contest) { contest.run(1500); });
+  measured(state, 100000, [](Contest& contest) { contest.run(2000); });
 }
 BENCHMARK(recipient)->Iterations(1)->Unit(benchmark::kSecond);
 
@@ -121,7 +123,7 @@ void recipientWhileLoading(benchmark::State& state) {
   measured(state, 1000000, [&](Contest& contest) {
     contest.zrpolicyd.keepReloading();
     const int before = contest.zrpolicyd.generation();
-    contest.run(1500);
+    contest.run(2000);
     state.counters["loads"] = contest.zrpolicyd.generation() - before;
   });
 }
