@@ -28,11 +28,6 @@ TEST_F(ServiceTest, AnswersBothProtocolsAndFollowsTheDatabase) {
     change("UPDATE policy_rule SET action = 'REJECT no' WHERE policy_id = 20");
     EXPECT_TRUE(comesTrue([this] { return askJohn() == "action=REJECT no\n\n"; }));
   }
-  EXPECT_THAT(http("GET", "/status"), HasSubstr("\"state\": \"ready\""));
-  EXPECT_THAT(http("GET", "/metrics"), testing::EndsWith("# EOF\n"));
-  EXPECT_THAT(http("POST", "/reload"), HasSubstr("\"result\":\"loaded\""));
-  EXPECT_THAT(http("GET", "/reload"), HasSubstr(" 405 "));
-  EXPECT_THAT(http("GET", "/status", "Origin: http://localhost\r\n"), HasSubstr(" 403 "));
 }
 
 TEST_F(ServiceTest, WithoutPoliciesNothingIsAccepted) {
@@ -42,17 +37,13 @@ TEST_F(ServiceTest, WithoutPoliciesNothingIsAccepted) {
   EXPECT_THAT(http("GET", "/health/ready"), HasSubstr(" 503 "));
 }
 
-TEST_F(ServiceTest, LogsDecisionsWithoutTheNamesThatAreToBeHidden) {
-  folder().write("key", std::string(32, 'k'));
-  configure("decision_log = " + file("decisions") + "\nredact = recipient\nredact_key_file = " + file("key") +
-            "\n[questions]\nuser = recipient");
+TEST_F(ServiceTest, LogsItsDecisions) {
+  configure("decision_log = " + file("decisions"));
   startReady();
-  ask("queue_id=4ABC\nrecipient=John+x@example.org.");
+  ask("queue_id=4ABC\nsasl_username=john@example.org");
   end();
-  const std::string line = readFile(file("decisions"));
-  EXPECT_THAT(
-      line, testing::AllOf(HasSubstr("\"queue_id\":\"4ABC\""), HasSubstr("\"policy_id\":20"), testing::EndsWith("}\n"),
-                           testing::Not(HasSubstr("john@")), testing::Not(HasSubstr("John"))));
+  EXPECT_THAT(readFile(file("decisions")),
+              testing::AllOf(HasSubstr("\"queue_id\":\"4ABC\""), testing::EndsWith("}\n")));
 }
 
 }  // namespace
