@@ -12,9 +12,9 @@ namespace {
 
 constexpr const char* kFindStatement = "find_link_batches.sql";
 
-// A batch takes some hundred KiB, with the longest names that it may hold two megabytes, of which the driver and the
+// A batch takes some hundred KiB, with the longest names that it may hold four megabytes, of which the driver and the
 // library have a copy each.
-constexpr int kBatchRows = 2000;
+constexpr int kBatchRows = 4000;
 
 // Ends a line of a batch. A name that holds it, and whatever else a batch cannot carry, is a line without anything.
 constexpr char kEndOfLine = '\x1e';
@@ -50,8 +50,9 @@ class LinkBatches {
   void readAll() {
     while (m_isMore) {
       m_session.run("read_link_batch.sql", std::to_string(m_next).c_str(), kBatchRows);
-      m_session.next();
-      m_session.take("lines", m_lines);
+      m_lines.reset();
+      while (m_session.next())  // to its end, where it shows whether the file is still the same
+        m_session.take("lines", m_lines);
       if (!m_lines) return;
       if (!giveLines(*m_lines)) readPlainly();
     }
