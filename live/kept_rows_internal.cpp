@@ -58,7 +58,7 @@ class Database {
     const auto* const text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
     if (text == nullptr) return field.reset();
     const auto size = static_cast<std::size_t>(sqlite3_column_bytes(statement, column));
-    field ? field->assign(text, size) : field.emplace(text, size);
+    zrhost::assign(field, {text, size});
   }
 
   [[noreturn]] void fail() const {

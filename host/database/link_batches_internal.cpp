@@ -21,10 +21,6 @@ constexpr char kEndOfLine = '\x1e';
 
 constexpr std::int64_t kLast = std::numeric_limits<std::int64_t>::max();
 
-void assign(Field& field, std::string_view text) {
-  field ? field->assign(text) : field.emplace(text);
-}
-
 // Takes what stands before the next comma.
 bool takeNumber(std::string_view& line, Field& field) {
   const std::size_t comma = line.find(',');

@@ -256,7 +256,7 @@ void Session::take(const char* column, Field& field) {
   const char* text = value(column);
   // NULL reads as an empty text; only the column's record tells them apart.
   if (*text == '\0' && m_connection->m_mapColumn.find(column)->second->m_isNull) return field.reset();
-  field ? field->assign(text) : field.emplace(text);
+  assign(field, text);
 }
 
 const char* Session::value(const char* column) {

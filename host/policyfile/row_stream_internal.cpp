@@ -59,14 +59,6 @@ void RowBuffer::deliver(PolicyTable table, RowSink& sink) {
   }
 }
 
-void assign(Field& field, std::string_view text) {
-  if (field) {
-    field->assign(text);
-  } else {
-    field.emplace(text);
-  }
-}
-
 void assign(Field& field, std::int64_t number) {
   std::array<char, 24> digits{};
   const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;

@@ -44,8 +44,7 @@ class RowBuffer {
   std::array<Field*, 2> m_memberFields = fieldsOf(m_member);
 };
 
-// Puts a value into a field, whose storage is used again.
-void assign(Field& field, std::string_view text);
+// Puts a number into a field, as the text overload does.
 void assign(Field& field, std::int64_t number);
 
 // The rows of one file, whatever its format.

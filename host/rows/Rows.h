@@ -3,12 +3,18 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace zrhost {
 
 // One column of one row: the text exactly as the database has it, or nothing for NULL. Numbers are text here as well:
 // whether they are numbers is for the sink to judge (strict_number.h).
 using Field = std::optional<std::string>;
+
+// Puts a text into a field, whose storage is used again.
+inline void assign(Field& field, std::string_view text) {
+  field ? field->assign(text) : field.emplace(text);
+}
 
 struct RevisionRow {
   Field epoch;
