@@ -103,12 +103,16 @@ std::unique_ptr<ZrEPLink> makeLink(LinkRow& row, bool keepsId) {
   return link;
 }
 
-// A name that some question can hold, as the cache has it in a link: written with entities, searched without.
-std::string memberName(ZrPolicyCache& cache, Field& field, const char* column) {
+// A name that some question can hold.
+void requireMemberName(const Field& field, const char* column) {
   if (!field) throw Fault{std::string(column) + " is NULL"};
   if (field->empty()) throw Fault{std::string(column) + " is empty"};
   if (field->find('\0') != std::string::npos) throw Fault{std::string(column) + " holds a zero byte"};
-  return field->find("&#") == std::string::npos ? *field : cache.UnescapeLatinHtmlUnicode(*field);
+}
+
+// As the cache has it in a link: written with entities, searched without.
+void decodeEntities(ZrPolicyCache& cache, std::string& name) {
+  if (name.find("&#") != std::string::npos) name = cache.UnescapeLatinHtmlUnicode(name);
 }
 
 // The cache says that memory ran out in the same way as it refuses a row.
@@ -179,8 +183,11 @@ void CacheSink::onLink(LinkRow& row) {
 
 void CacheSink::onMember(MemberRow& row) {
   const auto fault = faultOf([&] {
-    const std::string group = memberName(m_cache, row.groupName, "group_name");
-    m_members.add(group, memberName(m_cache, row.userName, "user_name"));
+    requireMemberName(row.groupName, "group_name");
+    requireMemberName(row.userName, "user_name");
+    decodeEntities(m_cache, *row.groupName);
+    decodeEntities(m_cache, *row.userName);
+    m_members.add(*row.groupName, *row.userName);
     ++m_report.members;
   });
   if (fault) refuse("group_member", key("group_name", row.groupName) + ", " + key("user_name", row.userName), *fault);
