@@ -8,6 +8,7 @@
 #include "service/admin_guard_internal.h"
 #include "service/admin_report_internal.h"
 #include "service/http_server_internal.h"
+#include "service/json_text_internal.h"
 
 namespace zrservice {
 namespace {
@@ -25,11 +26,12 @@ constexpr std::chrono::seconds kLongestReload{8};  // less than the ten seconds 
 
 void reply(Response& response, int status, const ordered_json& document) {
   response.status = status;
-  response.set_content(document.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + '\n', kJson);
+  response.set_content(jsonText(document) + '\n', kJson);
 }
 
 void refuse(Response& response, int status, std::string_view why) {
-  reply(response, status, {{"error", why}});
+  response.status = status;
+  response.set_content(errorJson(std::string(why)), kJson);
 }
 
 // What the HTTP library refuses by itself.

@@ -10,6 +10,7 @@
 #include "host/format/AnswerJson.h"
 #include "live/LiveError.h"
 #include "service/Verdict.h"
+#include "service/json_text_internal.h"
 
 namespace zrservice {
 namespace {
@@ -127,14 +128,14 @@ AdminReply answer(const Desk& desk, const Asked& asked) {
   if (!snapshot) {
     json["action"] = verdictWithout(state, rules->service).action();
     json["error"] = "the service has no policies yet";
-    return {503, json.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + '\n'};
+    return {503, jsonText(json) + '\n'};
   }
   zrlive::Answer found;
   snapshot->ask(asked.live, found);
   const bool isReady = state == zrlive::LiveState::kReady;
   json["source"] = zrlive::nameOf(snapshot->source());
   json["action"] = (isReady ? verdictFor(found, rules->service) : verdictWithout(state, rules->service)).action();
-  std::string text = json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  std::string text = jsonText(json);
   text.back() = ',';
   const zrhost::Answer answer = zrhost::ask(snapshot->inner(), asked.host);
   text += zrhost::answerJson(answer, snapshot->generation(), snapshot->revision()).substr(1);
@@ -148,7 +149,7 @@ AdminReply answer(const Desk& desk, const Asked& asked) {
 }  // namespace
 
 std::string errorJson(const std::string& text) {
-  return ordered_json{{"error", text}}.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + '\n';
+  return jsonText({{"error", text}}) + '\n';
 }
 
 AdminReply answerAsked(const Desk& desk, std::string_view body) {

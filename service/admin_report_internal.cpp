@@ -6,6 +6,8 @@
 #include <ctime>
 #include <nlohmann/json.hpp>
 
+#include "service/json_text_internal.h"
+
 namespace zrservice {
 namespace {
 
@@ -162,7 +164,7 @@ std::string AdminReport::statusJson() const {
   json["timeouts"] = totals.timeOuts;
   json["log_lines"] = written;
   json["log_lines_dropped"] = dropped;
-  return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';
+  return jsonText(json, 2) + '\n';
 }
 
 std::string AdminReport::metrics() const {

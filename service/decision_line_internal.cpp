@@ -14,6 +14,7 @@
 #include "host/mend/name_mend.h"
 #include "policy/ZrPolicyCache.h"
 #include "service/QuestionRules.h"
+#include "service/json_text_internal.h"
 
 namespace zrservice {
 namespace {
@@ -91,12 +92,13 @@ bool DecisionLine::isRedacted(std::string_view what) const {
 }
 
 bool DecisionLine::isRedacted(const DecisionRecord& record, Kind kind, std::string_view key) const {
-  if (m_redact.empty() || key.empty()) return false;
+  if (key.empty()) return false;
   return isRedacted(wordOf(kind)) || (isRedacted("recipient") && kind != Kind::kGroup && kind != Kind::kDefault &&
                                       isOf(zrhost::lowered(knownValue(record.recipient)), zrhost::lowered(key)));
 }
 
 std::string DecisionLine::shown(const DecisionRecord& record, Kind kind, std::string_view key) const {
+  if (m_redact.empty()) return std::string(key);
   const std::string asked = asAsked(key);
   return isRedacted(record, kind, asked) ? hashed(asked) : std::string(key);
 }
@@ -135,7 +137,7 @@ void DecisionLine::append(std::string& out, const DecisionRecord& record) const 
                        {"entity_name", shown(record, kindOf(result.type), result.name)}});
   line["action"] = record.action;
   line["microseconds"] = static_cast<double>(record.nanoseconds) / 1000;
-  out += line.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  out += jsonText(line);
   out += '\n';
 }
 
