@@ -18,7 +18,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
  public:
   StreamConnection(Worker& worker, StreamSocket socket, bool isOverLimit)
       : m_worker(worker), m_socket(std::move(socket)), m_isOverLimit(isOverLimit), m_since(coarseNow()) {
-    asio::error_code ignored;  // a write must not wait
+    asio::error_code ignored;  // neither a write nor the last read is to wait
     m_socket.non_blocking(true, ignored);
   }
 
@@ -83,9 +83,8 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   // client that always has one more request would keep the service from its end.
   void readWhatIsThere() {
     asio::error_code error;
-    m_socket.non_blocking(true, error);
     const asio::mutable_buffer space = room();
-    const std::size_t size = error ? 0 : m_socket.read_some(space, error);
+    const std::size_t size = m_socket.read_some(space, error);
     m_hasReadAll = size < space.size();
     if (size > 0) return take(size);
     const bool isMidway = error == asio::error::would_block && m_end > m_start;
