@@ -17,22 +17,33 @@ void refuseBadKey(Question::Kind kind, std::string_view key) {
   asLiveError([&] { zrhost::makeQuestionPart(zrhost::kQuestionWords[static_cast<std::size_t>(kind)], key); });
 }
 
-bool isGood(Question::Kind kind, std::string_view key) {
-  if (kind == Question::Kind::kAddress) return Question::isAddress(key);
-  return !key.empty() && key.find('\0') == std::string_view::npos;
-}
-
 }  // namespace
 
 Question& Question::add(Kind kind, std::string_view key) {
-  if (kind >= Kind::kDefault) key = {};
-  if (kind < Kind::kDefault && !isGood(kind, key)) refuseBadKey(kind, key);
-  m_parts.reserve(m_parts.size() + 1);
-  const std::size_t start = m_text.size();
-  m_text.reserve(start + key.size() + 1);
-  m_text.append(key).push_back('\0');
-  m_parts.push_back({start, key.size(), kind});
+  if (!tryAdd(kind, key)) refuseBadKey(kind, key);
   return *this;
+}
+
+bool Question::tryAdd(Kind kind, std::string_view key) {
+  std::uint32_t address = 0;
+  if (kind >= Kind::kDefault) {
+    key = {};
+  } else if (kind == Kind::kAddress) {
+    const auto read = zrhost::readAddress(key);
+    if (!read) return false;
+    address = *read;
+  } else if (key.empty() || key.find('\0') != std::string_view::npos) {
+    return false;
+  }
+  m_parts.push_back({m_text.size(), key.size(), address, kind});
+  try {
+    m_text.append(key).push_back('\0');
+  } catch (...) {
+    m_text.resize(m_parts.back().start);
+    m_parts.pop_back();
+    throw;
+  }
+  return true;
 }
 
 void Question::clear() {

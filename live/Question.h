@@ -38,6 +38,8 @@ class ZR_EXPORT Question {
   Question& addDefault() { return add(Kind::kDefault, {}); }
   Question& addAll() { return add(Kind::kAll, {}); }
   Question& add(Kind kind, std::string_view key);
+  // As add, but answers false for such a key.
+  bool tryAdd(Kind kind, std::string_view key);
 
   // Whether the groups that the question's users are in are asked too: directly behind the last user, in ascending
   // order of their names' bytes, each once. Without a user it asks nothing.
@@ -57,6 +59,11 @@ class ZR_EXPORT Question {
     return std::string_view(m_text).substr(m_parts[part].start, m_parts[part].size);
   }
 
+  // Of a part kAddress, as inet_addr gives it: in network byte order.
+  std::uint32_t address(std::size_t part) const { return m_parts[part].address; }
+  // Of all keys together, each with a byte more.
+  std::size_t textSize() const { return m_text.size(); }
+
   // Whether a text is an address that can be asked for: IPv4 as inet_addr reads it, nothing before or behind it, and
   // not 255.255.255.255.
   static bool isAddress(std::string_view text);
@@ -64,6 +71,7 @@ class ZR_EXPORT Question {
  private:
   struct Part {
     std::size_t start, size;
+    std::uint32_t address;
     Kind kind;
   };
 

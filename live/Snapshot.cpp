@@ -1,19 +1,19 @@
 #include "live/Snapshot.h"
 
-#include <algorithm>
 #include <new>
 
 #include "host/load/Snapshot.h"
 #include "host/load/SqlRule.h"
 #include "live/answer_work_internal.h"
+#include "support/PolicyLog.h"
 
 namespace zrlive {
 namespace {
 
 using Kind = Question::Kind;
 
-// One question while it is answered: the lookups that zrhost::ask makes, in the same order, without copies of keys and
-// texts.
+// One question while it is answered with the library's lookups: those that zrhost::ask makes, in the same order, without
+// copies of keys and texts.
 class Asking {
  public:
   Asking(const zrhost::Snapshot& snapshot, const Question& question, ZrPolicyResultSet& results,
@@ -27,7 +27,7 @@ class Asking {
   Asking& operator=(const Asking&) = delete;
 
   void run() {
-    const std::size_t lastUser = m_question.members() ? findLastUser() : m_question.size();
+    const std::size_t lastUser = lastUserOf(m_question);
     for (std::size_t part = 0; part < m_question.size(); ++part) {
       lookUp(m_question.kind(part), m_question.key(part).data());
       if (part == lastUser) lookUpGroups();
@@ -35,12 +35,6 @@ class Asking {
   }
 
  private:
-  std::size_t findLastUser() const {
-    for (std::size_t part = m_question.size(); part > 0; --part)
-      if (m_question.kind(part - 1) == Kind::kUser) return part - 1;
-    return m_question.size();
-  }
-
   void lookUp(Kind kind, const char* key) {
     switch (kind) {
       case Kind::kUser:
@@ -68,8 +62,7 @@ class Asking {
       const auto found = m_snapshot.groupsOf(m_question.key(part));
       m_groups.insert(m_groups.end(), found.begin(), found.end());
     }
-    std::sort(m_groups.begin(), m_groups.end());
-    m_groups.erase(std::unique(m_groups.begin(), m_groups.end()), m_groups.end());
+    mergeGroups(m_groups);
     for (const auto group : m_groups)
       m_snapshot.lookUp(ZrPolicyCache::GROUP, m_snapshot.groupName(group), m_results);
   }
@@ -82,10 +75,7 @@ class Asking {
 
 // The names are taken from the objects and not from the accessors, whose texts would end at a zero byte. Every rule of
 // a snapshot is a row of policy_rule.
-Result resultOf(const ZrPolicyResult& found) {
-  const ZrEPLink& link = *found.m_pEPLink;
-  const ZrPolicy& policy = *link.m_pPolicy;
-  auto& rule = static_cast<zrhost::SqlRule&>(*found.m_pRule);
+Result resultOf(const ZrEPLink& link, const ZrPolicy& policy, const zrhost::SqlRule& rule) {
   return {link.m_priority,     policy.m_policyId, policy.m_policyType, static_cast<EntityType>(link.m_entityType),
           policy.m_policyName, link.m_entityName, rule.m_ruleId,       rule.m_ruleType,
           rule.m_ldapSetting,  rule.m_ruleName,   rule.m_action};
@@ -100,10 +90,18 @@ void Snapshot::ask(const Question& question, Answer& answer) const {
   if (!answer.m_work) answer.m_work = std::make_unique<Answer::Work>();
   Answer::Work& work = *answer.m_work;
   try {
+    // At this level every lookup of the library is told.
+    const bool isTold = PolicyLog::passes(PolicyLog::LEVEL_TRACE);
+    if (!isTold && work.quick.ask(*m_inner, question, work.results)) {
+      for (const QuickAsking::Found& found : work.quick)
+        answer.m_results.push_back(resultOf(*found.link, *found.policy, *found.rule));
+      return;
+    }
     Asking asking(*m_inner, question, work.results, work.groups);
     asking.run();
     for (const ZrPolicyResult* found : work.results.m_setResult)
-      answer.m_results.push_back(resultOf(*found));
+      answer.m_results.push_back(resultOf(*found->m_pEPLink, *found->m_pEPLink->m_pPolicy,
+                                          static_cast<const zrhost::SqlRule&>(*found->m_pRule)));
   } catch (
       ...) {  // a question holds nothing that a lookup refuses: the library says in its own ways that memory ran out
     answer.m_results.clear();

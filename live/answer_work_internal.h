@@ -4,6 +4,7 @@
 
 #include "host/load/GroupMembers.h"
 #include "live/Answer.h"
+#include "live/quick_asking_internal.h"
 #include "policy/ZrPolicyResultSet.h"
 
 namespace zrlive {
@@ -12,6 +13,7 @@ namespace zrlive {
 struct Answer::Work {
   ZrPolicyResultSet results;
   std::vector<zrhost::GroupMembers::Group> groups;
+  QuickAsking quick;
 };
 
 }  // namespace zrlive

@@ -26,6 +26,7 @@ void Engine::start() {
     m_kept = m_keeper->found();
     if (m_kept) m_keeper->beginLoading();
   }
+  m_cleaner = std::make_unique<Worker>(m_bell, m_options.nice);
   m_startedAt = m_nextLook = m_nextKeep = Clock::now();
   m_loadEnd = m_startedAt - m_options.reloadInterval;
   m_thread = zrhost::quietThread([this] { run(); });
@@ -54,7 +55,8 @@ void Engine::run() {
 }
 
 void Engine::step(Time now) {
-  m_slots.drain();
+  beginCleaning();
+  raiseStarved();
   takeKept(now);
   takeOutcome(now);
   giveUpSilentLoader(now);
@@ -64,13 +66,24 @@ void Engine::step(Time now) {
   beginKeeping(now);
 }
 
+// Freeing a large snapshot takes a while, in which the engine has other things to do.
+void Engine::beginCleaning() {
+  if (m_slots.hasRetired() && !m_cleaner->isBusy()) m_cleaner->post(m_slots.drainer(), Worker::Haste::kNone);
+}
+
+void Engine::raiseStarved() {
+  if (m_loader) m_loader->raiseIfStarved();
+  if (m_keeper) m_keeper->raiseIfStarved();
+  m_cleaner->raiseIfStarved();
+}
+
 // The least of what there is to be looked at; whatever ends earlier rings.
 Engine::Time Engine::nextStep(Time now) const {
   constexpr Clock::duration kLongest = std::chrono::seconds(1), kShortest = std::chrono::milliseconds(1);
   Time next = now + kLongest;
   if (m_loader && m_loader->hasTask()) {
     next = std::min<Time>(next, now + m_options.readTimeout / 16);
-  } else if (m_loader || m_standing.size() < kMostStanding) {
+  } else if (!m_cleaner->isBusy() && (m_loader || m_standing.size() < kMostStanding)) {
     next = std::min(next, taskTime());
   }
   if (m_lastGood) next = std::min<Time>(next, m_startedAt + m_options.coldStartWait);
@@ -83,16 +96,19 @@ void Engine::finish() {
   const Time deadline = Clock::now() + m_stopLimit;
   const Time patience = std::min<Time>(deadline, Clock::now() + std::chrono::seconds(2));
   if (m_loader) m_loader->stop();
+  if (m_keeper) m_keeper->raise();
+  m_cleaner->raise();
   try {
     keepAtEnd(deadline);
   } catch (const std::exception& error) {
     log(LogLevel::kError, std::string("the last good state is not kept: ") + error.what());
   }
-  while (m_loader && m_loader->isBusy() && Clock::now() < patience)
+  while (((m_loader && m_loader->isBusy()) || m_cleaner->isBusy()) && Clock::now() < patience)
     m_bell->waitUntil(patience);
   m_loader.reset();
   m_standing.clear();
   m_keeper.reset();
+  m_cleaner.reset();
   m_lastGood.reset();
   m_slots.close();
 }
@@ -111,7 +127,6 @@ void Engine::publish(std::unique_ptr<const Snapshot> snapshot) {
   m_slots.publish(std::move(snapshot));
   const auto lease = m_slots.lease();
   m_board.show(*lease);
-  m_slots.drain();
   log(LogLevel::kInfo, "answers from revision " + std::to_string(m_revision) + " of " +
                            (m_source == LiveSource::kDatabase ? "the database: " : "the last good state: ") +
                            std::to_string(m_counts.policies) + " policies, " + std::to_string(m_counts.rules) +

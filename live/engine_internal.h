@@ -17,8 +17,8 @@
 namespace zrlive {
 
 // What keeps a snapshot current: one thread that decides, and never waits for a database or a disk itself. A loader and
-// the keeper, threads of their own, do the work; the engine begins their tasks, takes what came of them, and gives up a
-// loader that hears nothing. It frees what nobody holds any more.
+// the keeper, threads of their own, do the work, and the cleaner frees what nobody holds any more; the engine begins
+// their tasks, takes what came of them, sees that they get on, and gives up a loader that hears nothing.
 //
 // Threads: start, stop and destruction by one; lease, board and wake by any.
 class Engine {
@@ -43,6 +43,8 @@ class Engine {
   void run();
   void step(Time now);
   Time nextStep(Time now) const;
+  void beginCleaning();
+  void raiseStarved();
   void finish();
   void log(LogLevel level, const std::string& text) const;
   void publish(std::unique_ptr<const Snapshot> snapshot);
@@ -94,6 +96,8 @@ class Engine {
   Clock::duration m_pause{0};  // after the last failure; 0 without one
   std::minstd_rand m_random;
   std::optional<zrhost::Revision> m_held;
+
+  std::unique_ptr<Worker> m_cleaner;
 
   // What is lent.
   LiveSource m_source = LiveSource::kNone;

@@ -25,12 +25,15 @@ bool Engine::hasLoader() {
   return true;
 }
 
+// Not while an old snapshot is still being freed, or there would be three in memory.
 void Engine::beginTask(Time now) {
-  if ((m_loader && m_loader->hasTask()) || now < taskTime() || !hasLoader()) return;
+  if ((m_loader && m_loader->hasTask()) || m_cleaner->isBusy() || now < taskTime() || !hasLoader()) return;
   m_taskWish = m_board.wish();
   // At the start a look comes first where it can tell that the last good state is as good as the database.
   const bool isFirst = m_source == LiveSource::kNone && !m_held && !m_kept;
-  m_task = {m_isLoadDue || m_taskWish.number != 0 || isFirst, now >= m_nextLag};
+  m_task = {m_isLoadDue || m_taskWish.number != 0 || isFirst, now >= m_nextLag, Worker::Haste::kOrdinary};
+  // The first load is waited for.
+  if (m_task.load && m_source != LiveSource::kNone) m_task.haste = Worker::Haste::kNone;
   if (m_task.tellLag) m_nextLag = now + kLagPause;
   m_board.change([this](LiveStatus& status) { status.isLoading = m_task.load; });
   m_loader->begin(m_task);

@@ -30,10 +30,10 @@ Keeper::~Keeper() {
 }
 
 template <typename Work>
-void Keeper::begin(KeepOutcome::Task task, Work work) {
+void Keeper::begin(KeepOutcome::Task task, Work work, Worker::Haste haste) {
   m_outcome = std::make_shared<KeepOutcome>();
   m_outcome->task = task;
-  m_worker.post([parts = m_parts, outcome = m_outcome, work]() mutable {
+  const auto job = [parts = m_parts, outcome = m_outcome, work]() mutable {
     const auto begun = Clock::now();
     try {
       outcome->failure = failureOf([&] { work(*parts, *outcome); });
@@ -41,7 +41,8 @@ void Keeper::begin(KeepOutcome::Task task, Work work) {
       outcome->failure.emplace(LiveError::Kind::kInternal, "stopped");
     }
     outcome->time = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begun);
-  });
+  };
+  m_worker.post(job, haste);
 }
 
 void Keeper::beginLoading() {
@@ -57,7 +58,7 @@ void Keeper::beginReplacing(std::shared_ptr<const Snapshot> lease, std::chrono::
     lease.reset();
     parts.file.replace(rows, outcome.state, parts.pulse);
   };
-  begin(KeepOutcome::Task::kReplace, replace);
+  begin(KeepOutcome::Task::kReplace, replace, Worker::Haste::kNone);
 }
 
 void Keeper::beginConfirming(const LastGoodState& state) {

@@ -37,6 +37,8 @@ class Keeper {
   void beginReplacing(std::shared_ptr<const Snapshot> lease, std::chrono::system_clock::time_point confirmed);
   void beginConfirming(const LastGoodState& state);
   bool hasTask() const { return m_outcome != nullptr; }
+  void raiseIfStarved() noexcept { m_worker.raiseIfStarved(); }
+  void raise() noexcept { m_worker.raise(); }
   bool isDone() const { return hasTask() && !m_worker.isBusy(); }
   KeepOutcome take();
   // Makes it end its task soon.
@@ -49,7 +51,7 @@ class Keeper {
     Pulse pulse;
   };
   template <typename Work>
-  void begin(KeepOutcome::Task task, Work work);
+  void begin(KeepOutcome::Task task, Work work, Worker::Haste haste = Worker::Haste::kOrdinary);
 
   std::shared_ptr<Parts> m_parts;
   std::optional<LastGoodState> m_found;

@@ -34,6 +34,8 @@ class RetiredSnapshots {
       delete std::exchange(lent, lent->next);
   }
 
+  bool isEmpty() const noexcept { return m_first.load(std::memory_order_seq_cst) == nullptr; }
+
   void close() noexcept {
     m_isClosed.store(true, std::memory_order_seq_cst);
     drain();
@@ -103,6 +105,14 @@ void LeaseSlots::publish(std::unique_ptr<const Snapshot> snapshot) {
   waitUntilLeft(m_sides[open]);
   for (Slot& slot : m_sides[open])
     slot.snapshot.reset();
+}
+
+bool LeaseSlots::hasRetired() const noexcept {
+  return !m_retired->isEmpty();
+}
+
+std::function<void()> LeaseSlots::drainer() const {
+  return [retired = m_retired] { retired->drain(); };
 }
 
 void LeaseSlots::drain() noexcept {

@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "live/Snapshot.h"
@@ -29,7 +30,10 @@ class LeaseSlots {
   std::shared_ptr<const Snapshot> lease() const noexcept;
   // Lends this one from now on. The one before is retired once nobody holds it any more.
   void publish(std::unique_ptr<const Snapshot> snapshot);
-  // Frees what has been retired.
+  // Whether something has been retired; what frees it, which may outlive the slots.
+  bool hasRetired() const noexcept;
+  std::function<void()> drainer() const;
+  // Frees it here and now.
   void drain() noexcept;
   // From now on the last holder frees a snapshot: nobody drains any more.
   void close() noexcept;

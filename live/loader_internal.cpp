@@ -69,6 +69,7 @@ struct Loader::Parts {
     WatchedSource source(*database, pulse);
     zrhost::LoadOptions how;
     how.logs = false;
+    how.indexLinks = true;
     how.keepLinkIds = true;  // for whoever asks why
     how.onRefused = [&outcome](const zrhost::RefusedRow& row) {
       if (outcome.refused.size() < kMostRefusedTold) outcome.refused.push_back(row.text());
@@ -101,7 +102,7 @@ Loader::~Loader() {
 void Loader::begin(const LoadTask& task) {
   m_outcome = std::make_shared<LoadOutcome>();
   m_lastHeard = Clock::now();
-  m_worker.post([parts = m_parts, outcome = m_outcome, task] { run(*parts, task, *outcome); });
+  m_worker.post([parts = m_parts, outcome = m_outcome, task] { run(*parts, task, *outcome); }, task.haste);
 }
 
 void Loader::run(Parts& parts, const LoadTask& task, LoadOutcome& outcome) {
@@ -138,6 +139,7 @@ Clock::duration Loader::silence(Clock::time_point now) {
 
 void Loader::stop() {
   m_parts->pulse.stop();
+  m_worker.raise();
 }
 
 }  // namespace zrlive

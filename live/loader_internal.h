@@ -18,6 +18,7 @@ namespace zrlive {
 struct LoadTask {
   bool load = false;  // all of it, and not just the revision
   bool tellLag = false;
+  Worker::Haste haste = Worker::Haste::kOrdinary;
 };
 
 // What came of it. Without a failure there is a revision, and a snapshot when one was to be loaded.
@@ -52,6 +53,7 @@ class Loader {
   // For how long it has been waiting for the database without a word, but for the time that connecting may take. To be
   // called now and then: silence counts from the first call that finds no change.
   Clock::duration silence(Clock::time_point now);
+  void raiseIfStarved() noexcept { m_worker.raiseIfStarved(); }
   // Makes it end its task as soon as the database says something.
   void stop();
 

@@ -1,10 +1,9 @@
 #include "live/worker_internal.h"
 
-#include <sys/resource.h>
-#include <unistd.h>
 #include <utility>
 
 #include "host/base/quiet_thread.h"
+#include "live/urgency_internal.h"
 
 namespace zrlive {
 
@@ -22,17 +21,21 @@ void Bell::waitUntil(Clock::time_point deadline) {
 
 // What the two threads share; the one that is left standing keeps it.
 struct Worker::Desk {
+  explicit Desk(int nice) : urgency(nice) {}
+
+  Urgency urgency;
   std::shared_ptr<Bell> bell;
   std::mutex mutex;
   std::condition_variable posted;
   std::function<void()> job;  // the thread's own while it is busy
+  Haste haste = Haste::kOrdinary;
   bool isBusy = false;
   bool end = false;
 };
 
-Worker::Worker(std::shared_ptr<Bell> bell, int nice) : m_desk(std::make_shared<Desk>()) {
+Worker::Worker(std::shared_ptr<Bell> bell, int nice) : m_desk(std::make_shared<Desk>(nice)) {
   m_desk->bell = std::move(bell);
-  m_thread = zrhost::quietThread([desk = m_desk, nice] { work(*desk, nice); });
+  m_thread = zrhost::quietThread([desk = m_desk] { work(*desk); });
 }
 
 Worker::~Worker() {
@@ -46,9 +49,10 @@ Worker::~Worker() {
   isBusy ? m_thread.detach() : m_thread.join();
 }
 
-void Worker::post(std::function<void()> job) {
+void Worker::post(std::function<void()> job, Haste haste) {
   const std::lock_guard lock(m_desk->mutex);
   m_desk->job = std::move(job);
+  m_desk->haste = haste;
   m_desk->isBusy = true;
   m_desk->posted.notify_all();
 }
@@ -58,16 +62,25 @@ bool Worker::isBusy() const {
   return m_desk->isBusy;
 }
 
-void Worker::work(Desk& desk, int nice) {
-  // On Linux a nice value is a thread's own. Where it may not be changed, the work is done all the same.
-  setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), nice);
+void Worker::raiseIfStarved() noexcept {
+  m_desk->urgency.raiseIfStarved();
+}
+
+void Worker::raise() noexcept {
+  m_desk->urgency.raise();
+}
+
+void Worker::work(Desk& desk) {
+  desk.urgency.begin();
   std::unique_lock lock(desk.mutex);
   for (;;) {
     desk.posted.wait(lock, [&desk] { return desk.end || desk.isBusy; });
     if (!desk.isBusy) return;
     lock.unlock();
+    if (desk.haste == Haste::kNone) desk.urgency.beginResting();
     desk.job();
     desk.job = nullptr;  // what it owned is freed before the worker counts as idle
+    desk.urgency.endResting();
     lock.lock();
     desk.isBusy = false;
     desk.bell->ring();

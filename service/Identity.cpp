@@ -4,10 +4,12 @@
 #include <cstring>
 #include <grp.h>
 #include <pwd.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "host/base/HostError.h"
 #include "host/base/terminal_text.h"
+#include "live/LiveOptions.h"
 
 namespace zrservice {
 
@@ -27,6 +29,9 @@ std::optional<Identity> identityToTake(const std::string& user) {
 
 void become(const Identity& identity) {
   const auto [name, user, group] = identity;
+  const auto limit = static_cast<rlim_t>(20 - zrlive::LiveOptions().nice);
+  const rlimit nice{limit, limit};
+  setrlimit(RLIMIT_NICE, &nice);  // without it, loading gives way more slowly
   if (initgroups(name.c_str(), group) != 0 || setresgid(group, group, group) != 0 || setresuid(user, user, user) != 0 ||
       setuid(0) == 0)
     throw HostError(ErrorKind::kInputOutput,

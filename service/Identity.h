@@ -17,7 +17,8 @@ struct Identity {
 // not, and for root itself.
 std::optional<Identity> identityToTake(const std::string& user);
 
-// Becomes that user for good, with the user's groups. Throws HostError kInputOutput when the system refuses.
+// Becomes that user for good, with the user's groups. Its threads may lower their urgency to the last, and come back to
+// the nice value that loading has. Throws HostError kInputOutput when the system refuses.
 void become(const Identity& identity);
 
 }  // namespace zrservice

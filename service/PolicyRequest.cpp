@@ -1,6 +1,7 @@
 #include "service/PolicyRequest.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <utility>
 #ifdef __SSE2__
@@ -10,25 +11,45 @@
 namespace zrservice {
 namespace {
 
-constexpr std::size_t kBlock = 16;
+constexpr std::size_t kBlock = 64;
 
-// A bit for each of the bytes that is a line feed, an equals sign or zero.
-unsigned marksIn(const char* bytes, std::size_t count) {
-#ifdef __SSE2__
-  if (count == kBlock) {
-    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
-    const __m128i ends =
-        _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8('\n')), _mm_cmpeq_epi8(block, _mm_set1_epi8('=')));
-    return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(ends, _mm_cmpeq_epi8(block, _mm_setzero_si128()))));
-  }
-#endif
-  unsigned marks = 0;
-  for (std::size_t i = 0; i < count; ++i)
-    marks |= static_cast<unsigned>(bytes[i] == '\n' || bytes[i] == '=' || bytes[i] == '\0') << i;
-  return marks;
+std::uint64_t bitsFrom(std::size_t place) {
+  return ~std::uint64_t{0} << place;
 }
 
 }  // namespace
+
+// Which bytes of a block are what ends a line or a name, or zero: a bit for each.
+struct PolicyRequest::Marks {
+  std::uint64_t ends = 0, equals = 0, zeros = 0;
+
+  Marks(const char* bytes, std::size_t count) {
+    std::array<char, kBlock> rest;
+    if (count < kBlock) {
+      rest.fill(' ');
+      bytes = std::copy_n(bytes, count, rest.data()) - count;
+    }
+#ifdef __SSE2__
+    for (unsigned at = 0; at < kBlock; at += 16) {
+      const __m128i part = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + at));
+      ends |= bitsOf(_mm_cmpeq_epi8(part, _mm_set1_epi8('\n'))) << at;
+      equals |= bitsOf(_mm_cmpeq_epi8(part, _mm_set1_epi8('='))) << at;
+      zeros |= bitsOf(_mm_cmpeq_epi8(part, _mm_setzero_si128())) << at;
+    }
+#else
+    for (unsigned at = 0; at < kBlock; ++at) {
+      ends |= std::uint64_t{bytes[at] == '\n'} << at;
+      equals |= std::uint64_t{bytes[at] == '='} << at;
+      zeros |= std::uint64_t{bytes[at] == '\0'} << at;
+    }
+#endif
+  }
+
+#ifdef __SSE2__
+ private:
+  static std::uint64_t bitsOf(__m128i part) { return static_cast<unsigned>(_mm_movemask_epi8(part)); }
+#endif
+};
 
 Found PolicyRequest::parse(std::string_view bytes) {
   const bool haveMoved = !m_attributes.empty() && bytes.data() != m_attributes.front().name.data();
@@ -54,30 +75,29 @@ void PolicyRequest::beginLine(std::size_t start) {
   m_hasZero = false;
 }
 
-// Most bytes mean nothing here: of sixteen, those that do are found at once.
+// Most bytes mean nothing here: of sixty-four, those that do are found at once.
 Fault PolicyRequest::takeLines(std::string_view bytes) {
   while (m_seen < bytes.size()) {
     const std::size_t count = std::min(kBlock, bytes.size() - m_seen);
     const std::size_t start = std::exchange(m_seen, m_seen + count);
-    for (unsigned marks = marksIn(bytes.data() + start, count); marks != 0; marks &= marks - 1) {
-      if (const Fault fault = takeMark(bytes, start + static_cast<std::size_t>(std::countr_zero(marks)))) return fault;
+    const Marks marks(bytes.data() + start, count);
+    for (std::uint64_t ends = marks.ends; ends != 0; ends &= ends - 1) {
+      const auto end = static_cast<std::size_t>(std::countr_zero(ends));
+      noteMarks(marks, start, ~bitsFrom(end));
+      if (const Fault fault = takeLine(bytes.substr(0, start + end))) return fault;
       if (m_isWhole) return nullptr;
     }
+    noteMarks(marks, start, ~std::uint64_t{0});
   }
   return nullptr;
 }
 
-Fault PolicyRequest::takeMark(std::string_view bytes, std::size_t at) {
-  switch (bytes[at]) {
-    case '=':
-      m_equals = std::min(m_equals, at);
-      return nullptr;
-    case '\0':
-      m_hasZero = true;
-      return nullptr;
-    default:
-      return takeLine(bytes.substr(0, at));
-  }
+// Of the line at hand, as far as it lies in these bytes of a block.
+void PolicyRequest::noteMarks(const Marks& marks, std::size_t start, std::uint64_t bytes) {
+  if (m_lineStart > start) bytes &= m_lineStart - start < kBlock ? bitsFrom(m_lineStart - start) : 0;
+  const std::uint64_t equals = marks.equals & bytes;
+  if (m_equals == kNone && equals != 0) m_equals = start + static_cast<std::size_t>(std::countr_zero(equals));
+  m_hasZero |= (marks.zeros & bytes) != 0;
 }
 
 Fault PolicyRequest::takeLine(std::string_view bytes) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -40,12 +41,12 @@ class PolicyRequest {
   std::string_view value(std::string_view name) const;
 
  private:
+  struct Marks;
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
   void beginLine(std::size_t start);
   Fault takeLines(std::string_view bytes);
-  // What ends a name or a line, or is a zero byte.
-  Fault takeMark(std::string_view bytes, std::size_t at);
+  void noteMarks(const Marks& marks, std::size_t start, std::uint64_t bytes);
   // The line that ends with these bytes.
   Fault takeLine(std::string_view bytes);
 

@@ -17,12 +17,8 @@ constexpr std::array kWrittenByStrangers = {"sender",      "helo_name", "reverse
 // A name is no longer in the DNS. Without an end, the parents of a long one would cost the square of its length.
 constexpr std::size_t kLongestHostName = 255;
 
-bool canBeKey(std::string_view text) {
-  return !text.empty() && text.find('\0') == text.npos;
-}
-
 void addKey(zrlive::Question& question, Kind kind, std::string_view key) {
-  if (canBeKey(key)) question.add(kind, key);
+  question.tryAdd(kind, key);
 }
 
 std::string_view localPart(std::string_view user) {
@@ -104,11 +100,7 @@ void QuestionRules::addHosts(const PolicyRequest& request, zrlive::Question& que
 
 unsigned QuestionRules::addAddress(std::string_view text, zrlive::Question& question) {
   const std::string_view address = withoutMapping(knownValue(text));
-  if (zrlive::Question::isAddress(address)) {
-    question.addAddress(address);
-    return 0;
-  }
-  return isIpv6(address) ? 1 : 0;
+  return !question.tryAdd(Kind::kAddress, address) && isIpv6(address) ? 1 : 0;
 }
 
 std::vector<std::string> QuestionRules::warnings() const {

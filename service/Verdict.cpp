@@ -13,9 +13,12 @@ constexpr std::size_t kMostActionBytes = 900;
 }  // namespace
 
 bool canBeSent(std::string_view action) {
-  constexpr std::string_view kBreaks("\r\n\0", 3);
-  return action.size() <= kMostActionBytes && action.find_first_not_of(" \t\v\f") != action.npos &&
-         action.find_first_of(kBreaks) == action.npos;
+  bool isBlank = true, isOneLine = true;
+  for (const char c : action.substr(0, kMostActionBytes)) {
+    isBlank &= c == ' ' || (c >= '\t' && c <= '\r');
+    isOneLine &= c != '\n' && c != '\r' && c != '\0';
+  }
+  return action.size() <= kMostActionBytes && !isBlank && isOneLine;
 }
 
 Verdict verdictWithout(zrlive::LiveState state, const zrhost::ServiceSection& settings) {

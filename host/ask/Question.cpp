@@ -20,18 +20,19 @@ std::string quoted(std::string_view text) {
 }
 
 // What nearly every address is: four decimal numbers without leading zeros.
-bool isDottedDecimal(std::string_view text) {
-  int numbers = 0;
-  for (std::size_t at = 0; numbers < 4; ++numbers) {
+std::optional<std::uint32_t> readDottedDecimal(std::string_view text) {
+  std::uint32_t address = 0;
+  std::size_t at = 0;
+  for (int numbers = 0; numbers < 4; ++numbers) {
     const std::size_t start = at;
-    int value = 0;
+    std::uint32_t value = 0;
     for (; at < text.size() && at < start + 3 && text[at] >= '0' && text[at] <= '9'; ++at)
-      value = value * 10 + (text[at] - '0');
-    if (at == start || value > 255 || (text[start] == '0' && at > start + 1)) return false;
-    if (numbers < 3 && (at == text.size() || text[at++] != '.')) return false;
-    if (numbers == 3 && at < text.size()) return false;
+      value = value * 10 + static_cast<std::uint32_t>(text[at] - '0');
+    if (at == start || value > 255 || (text[start] == '0' && at > start + 1)) return std::nullopt;
+    address = address << 8U | value;
+    if (numbers < 3 && (at == text.size() || text[at++] != '.')) return std::nullopt;
   }
-  return text != "255.255.255.255";
+  return at == text.size() ? std::optional(htonl(address)) : std::nullopt;
 }
 
 QuestionPart parsePart(std::string_view text) {
@@ -56,10 +57,16 @@ bool isUser(const QuestionPart& part) {
 
 // inet_addr stops at a blank and ignores what follows it: such a text would be answered for another address than the
 // one that its writer had in mind.
-bool isAddress(std::string_view text) {
+std::optional<std::uint32_t> readAddress(std::string_view text) {
   constexpr std::string_view kAddressCharacters = "0123456789abcdefABCDEFxX.";
-  if (isDottedDecimal(text)) return true;
-  return text.find_first_not_of(kAddressCharacters) == text.npos && inet_addr(std::string(text).c_str()) != INADDR_NONE;
+  auto address = readDottedDecimal(text);
+  if (!address && text.find_first_not_of(kAddressCharacters) == text.npos)
+    address = inet_addr(std::string(text).c_str());
+  return address != INADDR_NONE ? address : std::nullopt;
+}
+
+bool isAddress(std::string_view text) {
+  return readAddress(text).has_value();
 }
 
 QuestionPart makeQuestionPart(const QuestionWord& word, std::string_view key) {

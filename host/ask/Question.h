@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -47,6 +49,8 @@ inline constexpr QuestionWord kQuestionWords[] = {
 // Whether a text is an address that is looked up with: one that `inet_addr` knows (not 255.255.255.255), and nothing
 // that follows it.
 bool isAddress(std::string_view text);
+// The address as inet_addr gives it, in network byte order; nothing when the text is none.
+std::optional<std::uint32_t> readAddress(std::string_view text);
 
 // Makes the part for a word of kQuestionWords and its key.
 //

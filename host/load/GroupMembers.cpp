@@ -1,7 +1,6 @@
 #include "host/load/GroupMembers.h"
 
 #include <algorithm>
-#include <functional>
 #include <new>
 #include <numeric>
 #include <utility>
@@ -10,7 +9,7 @@ namespace zrhost {
 
 std::uint32_t NameTable::add(std::string_view name) {
   if (m_slots.size() * 2 <= m_ends.size() * 3) grow();
-  const std::size_t slot = slotOf(name);
+  const std::size_t slot = slotOf(name, hashKey(name));
   if (m_slots[slot] != kNone) return m_slots[slot];
   if (m_ends.size() == kNone) throw std::bad_alloc();
   m_text.append(name).push_back('\0');
@@ -18,8 +17,8 @@ std::uint32_t NameTable::add(std::string_view name) {
   return m_slots[slot] = size() - 1;
 }
 
-std::uint32_t NameTable::find(std::string_view name) const {
-  return m_slots.empty() ? kNone : m_slots[slotOf(name)];
+std::uint32_t NameTable::find(std::string_view name, std::uint64_t hash) const {
+  return m_slots.empty() ? kNone : m_slots[slotOf(name, hash)];
 }
 
 std::string_view NameTable::name(std::uint32_t number) const {
@@ -32,9 +31,9 @@ void NameTable::shrink() {
   m_ends.shrink_to_fit();
 }
 
-std::size_t NameTable::slotOf(std::string_view name) const {
+std::size_t NameTable::slotOf(std::string_view name, std::uint64_t hash) const {
   const std::size_t mask = m_slots.size() - 1;
-  std::size_t slot = std::hash<std::string_view>()(name) & mask;
+  std::size_t slot = hash & mask;
   while (m_slots[slot] != kNone && this->name(m_slots[slot]) != name)
     slot = (slot + 1) & mask;
   return slot;
@@ -43,7 +42,7 @@ std::size_t NameTable::slotOf(std::string_view name) const {
 void NameTable::grow() {
   m_slots = std::vector<std::uint32_t>(std::max<std::size_t>(m_slots.size() * 2, 16), kNone);
   for (std::uint32_t number = 0; number < size(); ++number)
-    m_slots[slotOf(name(number))] = number;
+    m_slots[slotOf(name(number), hashKey(name(number)))] = number;
 }
 
 void GroupMembers::add(std::string_view group, std::string_view user) {
@@ -86,8 +85,8 @@ void GroupMembers::groupByUser() {
   std::vector<Membership>().swap(m_added);
 }
 
-GroupMembers::Groups GroupMembers::groupsOf(std::string_view user) const {
-  const std::uint32_t number = m_users.find(user);
+GroupMembers::Groups GroupMembers::groupsOf(std::string_view user, std::uint64_t hash) const {
+  const std::uint32_t number = m_users.find(user, hash);
   if (number == NameTable::kNone) return {};
   return {m_lists.data() + m_starts[number], m_lists.data() + m_starts[number + std::size_t{1}]};
 }

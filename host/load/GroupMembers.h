@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/base/key_hash.h"
+
 namespace zrhost {
 
 // Names, each once, numbered from 0 in the order in which they came, found by hashing. Their bytes stand one behind the
@@ -17,8 +19,13 @@ class NameTable {
   // The number of a name, which is taken in when it is new. Throws std::bad_alloc, also when there are more names than
   // numbers; the table is of no use then.
   std::uint32_t add(std::string_view name);
-  // The number of a name, or kNone.
-  std::uint32_t find(std::string_view name) const;
+  // The number of a name, or kNone; `hash` is its hashKey.
+  std::uint32_t find(std::string_view name, std::uint64_t hash) const;
+  std::uint32_t find(std::string_view name) const { return find(name, hashKey(name)); }
+  // Has the memory fetched that `find` will look at.
+  void prefetch(std::uint64_t hash) const {
+    if (!m_slots.empty()) __builtin_prefetch(&m_slots[hash & (m_slots.size() - 1)]);
+  }
   // The name of a number that was given out. Valid until the next name is added.
   std::string_view name(std::uint32_t number) const;
   std::uint32_t size() const { return static_cast<std::uint32_t>(m_ends.size()); }
@@ -26,7 +33,7 @@ class NameTable {
 
  private:
   // The slot that holds the name, or the free one where it belongs.
-  std::size_t slotOf(std::string_view name) const;
+  std::size_t slotOf(std::string_view name, std::uint64_t hash) const;
   void grow();
 
   std::string m_text;
@@ -57,10 +64,13 @@ class GroupMembers {
   void finish();
 
   // The groups of a user; none for a user who is in no group. Costs one look into a hash table, no memory.
-  Groups groupsOf(std::string_view user) const;
+  Groups groupsOf(std::string_view user) const { return groupsOf(user, hashKey(user)); }
+  Groups groupsOf(std::string_view user, std::uint64_t hash) const;
+  void prefetch(std::uint64_t hash) const { m_users.prefetch(hash); }
   // The name of a group, ended by a zero byte.
   const char* name(Group group) const { return m_groups.name(group).data(); }
 
+  std::uint32_t groups() const { return m_groups.size(); }
   // Every user that is in a group, by a number below users(), with the name as it came.
   std::uint32_t users() const { return m_users.size(); }
   std::string_view user(std::uint32_t number) const { return m_users.name(number); }

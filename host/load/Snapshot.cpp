@@ -1,9 +1,7 @@
 #include "host/load/Snapshot.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
-#include <cctype>
 #include <chrono>
 #include <cinttypes>
 #include <cstddef>
@@ -12,6 +10,7 @@
 
 #include "host/base/HostError.h"
 #include "host/load/CacheSink.h"
+#include "host/load/search_key.h"
 #include "policy/ZrPolicyResultSet.h"
 #include "support/PolicyLog.h"
 
@@ -33,15 +32,6 @@ std::uint32_t nextGeneration() {
 // The library's lookups take keys as char* and do not change them.
 char* asKey(const char* key) {
   return const_cast<char*>(key);
-}
-
-// By isupper and tolower, as the library does it: in the "C" locale A to Z alone.
-template <typename String>
-void normalise(ZrPolicyCache::EntityType type, String& key) {
-  const auto lower = [](unsigned char c) { return static_cast<char>(std::isupper(c) != 0 ? std::tolower(c) : c); };
-  const auto upper = [](unsigned char c) { return static_cast<char>(std::toupper(c)); };
-  if (key != "POP3_Mail_Sender") std::transform(key.begin(), key.end(), key.begin(), lower);
-  if (type == ZrPolicyCache::HOSTNAME) std::transform(key.begin(), key.end(), key.begin(), upper);
 }
 
 // The options, with the first refused rows logged as well.
@@ -83,6 +73,7 @@ void Snapshot::fill(RowSource& source, const LoadOptions& options) {
     m_report.revision = source.read(sink);
     m_members.finish();
     if (m_report.linksByType[ZrPolicyCache::IP_RANGE] >= kManyRanges) m_cache.reindex();
+    if (options.indexLinks) m_index = std::make_unique<const LinkIndex>(m_cache, m_members);
     m_cache.m_generation = nextGeneration();
   } catch (const std::bad_alloc&) {
     throw HostError(ErrorKind::kInternal, "out of memory after " + std::to_string(m_report.policies) + " policies, " +
@@ -92,7 +83,7 @@ void Snapshot::fill(RowSource& source, const LoadOptions& options) {
 }
 
 std::string Snapshot::searched(ZrPolicyCache::EntityType type, std::string key) {
-  normalise(type, key);
+  makeSearchKey(type, key.data(), key.size());
   return key;
 }
 
@@ -100,7 +91,7 @@ GroupMembers::Groups Snapshot::groupsOf(std::string_view user) const {
   std::array<std::byte, 512> room;  // enough for ordinary names
   std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
   std::pmr::string key(user, &memory);
-  normalise(ZrPolicyCache::USER, key);
+  makeSearchKey(ZrPolicyCache::USER, key.data(), key.size());
   return m_members.groupsOf(key);
 }
 

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "host/load/GroupMembers.h"
+#include "host/load/LinkIndex.h"
 #include "host/load/LoadReport.h"
 #include "host/rows/RowSource.h"
 #include "policy/ZrPolicyCache.h"
@@ -31,6 +32,8 @@ class Snapshot {
   // For reading the containers.
   const ZrPolicyCache& cache() const { return m_cache; }
   const GroupMembers& members() const { return m_members; }
+  // Null unless the options asked for one.
+  const LinkIndex* index() const { return m_index.get(); }
 
   // A key as a lookup of this type searches it: in lower case ("POP3_Mail_Sender" excepted), a host name in upper case.
   static std::string searched(ZrPolicyCache::EntityType type, std::string key);
@@ -57,6 +60,7 @@ class Snapshot {
   mutable ZrPolicyCache m_cache;
   GroupMembers m_members;
   LoadReport m_report;
+  std::unique_ptr<const LinkIndex> m_index;
 };
 
 }  // namespace zrhost
