@@ -83,8 +83,10 @@ bool QuickAsking::lookUp(const Question& question, std::size_t part, ZrPolicyRes
   if (kind != Kind::kAddress)
     return addAll(m_index->named(typeOf(kind), key(m_searches[part]), m_searches[part].hash));
   const std::uint32_t address = question.address(part);
-  return addAll(m_index->ofAddress(address)) &&
-         (!m_index->isInRange(address) || lookUpRanges(question.key(part).data(), ranges));
+  if (!addAll(m_index->ofAddress(address))) return false;
+  zrhost::LinkIndex::Links range;
+  if (!m_index->isInRange(address, range)) return true;
+  return range.first != nullptr ? addAll(range) : lookUpRanges(question.key(part).data(), ranges);
 }
 
 bool QuickAsking::lookUpGroups(const Question& question) {

@@ -70,7 +70,9 @@ std::string_view AnswerWords::word(std::size_t place) {
 }
 
 std::size_t AnswerWords::placeOf(std::string_view reply) {
-  const std::string_view word = reply.substr(0, reply.find_first_of(" \t"));
+  const auto* const end =
+      std::find_if(reply.begin(), reply.end(), [](char c) { return c == ' ' || c == '\t'; });
+  const std::string_view word(reply.data(), static_cast<std::size_t>(end - reply.begin()));
   for (std::size_t place = 0; place < kNumbers; ++place)
     if (isSame(word, kWordsOfPostfix[place])) return place;
   if (isReplyNumber(word)) return word[0] == '4' ? kNumbers : kNumbers + 1;

@@ -41,20 +41,17 @@ class PolicyRequest {
   std::string_view value(std::string_view name) const;
 
  private:
-  struct Marks;
-  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+  static constexpr std::size_t kNone = std::string_view::npos;
 
-  void beginLine(std::size_t start);
   Fault takeLines(std::string_view bytes);
-  void noteMarks(const Marks& marks, std::size_t start, std::uint64_t bytes);
-  // The line that ends with these bytes.
-  Fault takeLine(std::string_view bytes);
+  Fault takeBlock(std::string_view bytes, std::size_t start, std::uint64_t ends, std::uint64_t equals);
+  Fault takeLine(std::string_view bytes, std::size_t end);
 
   std::vector<Attribute> m_attributes;
   std::size_t m_seen = 0;        // bytes that were looked at
-  std::size_t m_lineStart = 0;   // of the line that is not whole, like what follows
-  std::size_t m_equals = kNone;  // the first equals sign
-  bool m_hasZero = false;
+  std::size_t m_lineStart = 0;   // of the line that is not whole
+  std::size_t m_equals = kNone;  // the first equals sign of that line
+  std::size_t m_zero = kNone;    // the first zero byte that was seen
   bool m_isWhole = true;
 };
 

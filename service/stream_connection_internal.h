@@ -24,6 +24,13 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
 
   void start() { m_worker.isDraining() ? drain() : read(); }
 
+  void takeTurn() override {
+    m_isWriting = false;
+    m_canReadAtOnce = true;
+    m_reply.clear();
+    m_isClosing ? close() : serve();
+  }
+
   void checkTime(Clock::time_point now) override {
     const zrhost::ServiceSection& settings = m_worker.answerer().rules().service;
     const bool isIdle = !m_isWriting && m_end == m_start && !m_isOverLimit;
@@ -63,6 +70,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   }
 
   void read() {
+    if (std::exchange(m_canReadAtOnce, false) && readAtOnce()) return;
     m_isReading = true;
     m_socket.async_read_some(
         room(), [self = this->shared_from_this()](const asio::error_code& error, std::size_t size) {
@@ -73,8 +81,16 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
         });
   }
 
+  // Whether the next request had come already, which costs less to find out than to be told of.
+  bool readAtOnce() {
+    asio::error_code error;
+    const std::size_t size = m_socket.read_some(room(), error);
+    if (size > 0) take(size);
+    return size > 0;
+  }
+
   void take(std::size_t size) {
-    if (m_start == m_end) m_since = coarseNow();  // the first byte of a request
+    m_isBeginning |= m_start == m_end;  // the first byte of a request
     m_end += size;
     serve();
   }
@@ -113,9 +129,10 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
         m_isOverLimit ? refuse(nullptr) : m_worker.answerer().answer(m_request, m_reply);
         m_isClosing |= m_reply.size() == before;  // no memory; the next reply would be taken for this one's
         m_start += found.size;
-        m_since = coarseNow();
+        m_isBeginning = true;  // what follows, or the time without requests
       }
     }
+    if (std::exchange(m_isBeginning, false)) m_since = coarseNow();
   }
 
   // Replies to what cannot be answered, and hears no more of it.
@@ -134,8 +151,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
     m_isWriting = true;
     asio::error_code error;
     const std::size_t sent = m_socket.write_some(asio::buffer(m_reply), error);
-    if (sent == m_reply.size())
-      return asio::post(m_worker.context(), [self = this->shared_from_this()] { self->finishWrite({}); });
+    if (sent == m_reply.size()) return m_worker.waitForTurn(this->shared_from_this());
     asio::async_write(m_socket, asio::buffer(m_reply.data() + sent, m_reply.size() - sent),
                       [self = this->shared_from_this()](const asio::error_code& failure, std::size_t) {
                         self->finishWrite(failure);
@@ -158,8 +174,10 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   std::string m_reply;
   bool m_isOverLimit;
   bool m_hasReadAll = false;  // of what had been sent when the end began
+  bool m_canReadAtOnce = false;  // it is its turn
   bool m_isReading = false;
   bool m_isWriting = false;
+  bool m_isBeginning = false;
   bool m_isClosing = false;
   Clock::time_point m_since;  // of the first byte of a request that is under way, of the last request otherwise
 };

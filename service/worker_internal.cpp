@@ -12,6 +12,13 @@ namespace {
 
 constexpr std::chrono::milliseconds kSweepEach{250};
 constexpr std::chrono::seconds kComplainEach{5};
+// Of turns, before the connections that wait for the system to tell of them are looked after again.
+constexpr int kRounds = 4;
+
+// Where memory runs out the connection at hand loses, and ends by its time limit; the others go on.
+void tellDropped(const std::exception& error) {
+  PolicyLog::log(PolicyLog::LEVEL_ERROR, "a connection was dropped: %s", error.what());
+}
 
 }  // namespace
 
@@ -20,14 +27,13 @@ void Worker::start() {
   m_thread = zrhost::quietThread([this] { run(); });
 }
 
-// Where memory runs out the connection at hand loses, and ends by its time limit; the others go on.
 void Worker::run() {
   for (;;) {
     try {
       m_context.run();
       return;
     } catch (const std::exception& error) {
-      PolicyLog::log(PolicyLog::LEVEL_ERROR, "a connection was dropped: %s", error.what());
+      tellDropped(error);
     }
   }
 }
@@ -54,6 +60,33 @@ void Worker::add(const std::shared_ptr<Connection>& connection) {
 
 void Worker::remove(const Connection* connection) {
   open -= m_connections.remove_if([connection](const auto& each) { return each.get() == connection; });
+}
+
+// All that wait go on by one handler: one for each would cost as much as an answer.
+void Worker::waitForTurn(std::shared_ptr<Connection> connection) {
+  m_waiting.push_back(std::move(connection));
+  if (!m_areTurnsPosted) postTurns();
+}
+
+void Worker::postTurns() {
+  asio::post(m_context, [this] { giveTurns(); });
+  m_areTurnsPosted = true;
+}
+
+void Worker::giveTurns() {
+  for (int round = 0; round < kRounds && !m_waiting.empty(); ++round) {
+    std::swap(m_waiting, m_turns);
+    for (auto& connection : m_turns) {
+      try {
+        connection->takeTurn();
+      } catch (const std::exception& error) {
+        tellDropped(error);
+      }
+    }
+    m_turns.clear();
+  }
+  m_areTurnsPosted = false;
+  if (!m_waiting.empty()) postTurns();
 }
 
 void Worker::complain(const char* what, const char* why) {

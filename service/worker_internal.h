@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <thread>
+#include <vector>
 
 #include "service/Answerer.h"
 #include "service/Counters.h"
@@ -31,6 +32,8 @@ class Worker;
 class Connection {
  public:
   virtual ~Connection() = default;
+  // Goes on where it was when it asked for a turn.
+  virtual void takeTurn() = 0;
   // Closes it when it has taken too long.
   virtual void checkTime(Clock::time_point now) = 0;
   // Answers what has arrived, and closes it unless a request is under way.
@@ -55,6 +58,8 @@ class Worker {
   void add(const std::shared_ptr<Connection>& connection);
   void remove(const Connection* connection);
   bool isDraining() const { return m_isDraining; }
+  // Has a connection go on when the others that are ready have had their turn.
+  void waitForTurn(std::shared_ptr<Connection> connection);
   // Logs a warning: not each of thousands, and not when nobody takes what is logged, for which no answer waits.
   void complain(const char* what, const char* why);
 
@@ -64,11 +69,15 @@ class Worker {
  private:
   void run();
   void sweep();
+  void postTurns();
+  void giveTurns();
 
   asio::io_context m_context{1};
   Answerer m_answerer;
   asio::steady_timer m_sweep;
   std::list<std::shared_ptr<Connection>> m_connections;
+  std::vector<std::shared_ptr<Connection>> m_waiting, m_turns;
+  bool m_areTurnsPosted = false;
   bool m_isDraining = false;
   std::optional<Clock::time_point> m_complainedAt;
   asio::executor_work_guard<asio::io_context::executor_type> m_guard = asio::make_work_guard(m_context);

@@ -74,15 +74,17 @@ class LinkIndex::Builder {
     auto& covered = m_index.m_covered;
     for (const ZrEPLink* const link : links) {
       const std::uint32_t from = ntohl(link->m_ipFrom), to = ntohl(link->m_ipTo);
-      if (from <= to) covered.emplace_back(from, to);
+      const auto number = m_numbers.find(link->m_pPolicy);
+      if (from <= to && number != m_numbers.end()) covered.push_back({from, to, {link, number->second, 0}});
     }
-    std::sort(covered.begin(), covered.end());
+    std::sort(covered.begin(), covered.end(), [](const Covered& a, const Covered& b) { return a.from < b.from; });
     std::size_t kept = 0;
-    for (const auto& [from, to] : covered) {
-      if (kept > 0 && from <= covered[kept - 1].second) {
-        covered[kept - 1].second = std::max(covered[kept - 1].second, to);
+    for (const Covered& range : covered) {
+      if (kept == 0 || range.from > covered[kept - 1].to) {
+        covered[kept++] = range;
       } else {
-        covered[kept++] = {from, to};
+        covered[kept - 1].to = std::max(covered[kept - 1].to, range.to);
+        covered[kept - 1].range.link = nullptr;
       }
     }
     covered.resize(kept);
@@ -147,11 +149,14 @@ LinkIndex::Links LinkIndex::ofAddress(std::uint32_t address) const {
   return linksAt(m_addresses.find(address, [](const Entry&) { return true; }));
 }
 
-bool LinkIndex::isInRange(std::uint32_t address) const {
+bool LinkIndex::isInRange(std::uint32_t address, Links& links) const {
   const std::uint32_t wanted = ntohl(address);
   const auto behind = std::partition_point(m_covered.begin(), m_covered.end(),
-                                           [wanted](const auto& covered) { return covered.first <= wanted; });
-  return behind != m_covered.begin() && wanted <= std::prev(behind)->second;
+                                           [wanted](const Covered& covered) { return covered.from <= wanted; });
+  if (behind == m_covered.begin() || wanted > std::prev(behind)->to) return false;
+  const Entry& range = std::prev(behind)->range;
+  if (range.link != nullptr) links = {&range, &range + 1};
+  return true;
 }
 
 void LinkIndex::Table::reserve(std::size_t keys) {

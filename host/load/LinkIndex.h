@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "host/base/key_hash.h"
@@ -49,8 +48,8 @@ class LinkIndex {
   void prefetch(ZrEntityType type, std::uint64_t hash) const { tableOf(type).prefetch(placeHash(hash)); }
   // By an address of inet_addr; without the ranges.
   Links ofAddress(std::uint32_t address) const;
-  // Whether any range holds it.
-  bool isInRange(std::uint32_t address) const;
+  // Whether any range holds it; `links` are those of the range when it is one alone, and else none.
+  bool isInRange(std::uint32_t address, Links& links) const;
   Links ofGroup(GroupMembers::Group group) const { return m_groups[group]; }
   Links ofDefault() const { return m_default; }
 
@@ -90,6 +89,12 @@ class LinkIndex {
     std::size_t begin, end;
   };
 
+  // Addresses that ranges hold, apart from all others.
+  struct Covered {
+    std::uint32_t from, to;
+    Entry range;  // when it is one alone
+  };
+
   class Builder;
 
   static std::uint32_t placeHash(std::uint64_t hash) { return static_cast<std::uint32_t>(hash); }
@@ -102,7 +107,7 @@ class LinkIndex {
   std::vector<Entry> m_listed;
   std::vector<Links> m_groups;
   Links m_default;
-  std::vector<std::pair<std::uint32_t, std::uint32_t>> m_covered;  // by ranges; apart from one another, ascending
+  std::vector<Covered> m_covered;  // ascending
 };
 
 }  // namespace zrhost
