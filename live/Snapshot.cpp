@@ -12,8 +12,8 @@ namespace {
 
 using Kind = Question::Kind;
 
-// One question while it is answered with the library's lookups: those that zrhost::ask makes, in the same order, without
-// copies of keys and texts.
+// One question while it is answered with the library's lookups: those that zrhost::ask makes, in the same order,
+// without copies of keys and texts.
 class Asking {
  public:
   Asking(const zrhost::Snapshot& snapshot, const Question& question, ZrPolicyResultSet& results,

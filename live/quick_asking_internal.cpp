@@ -80,8 +80,7 @@ bool QuickAsking::prepare(const Question& question) {
 bool QuickAsking::lookUp(const Question& question, std::size_t part, ZrPolicyResultSet& ranges) {
   const Kind kind = question.kind(part);
   if (kind == Kind::kDefault) return addAll(m_index->ofDefault());
-  if (kind != Kind::kAddress)
-    return addAll(m_index->named(typeOf(kind), key(m_searches[part]), m_searches[part].hash));
+  if (kind != Kind::kAddress) return addAll(m_index->named(typeOf(kind), key(m_searches[part]), m_searches[part].hash));
   const std::uint32_t address = question.address(part);
   if (!addAll(m_index->ofAddress(address))) return false;
   zrhost::LinkIndex::Links range;

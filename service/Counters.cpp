@@ -70,8 +70,7 @@ std::string_view AnswerWords::word(std::size_t place) {
 }
 
 std::size_t AnswerWords::placeOf(std::string_view reply) {
-  const auto* const end =
-      std::find_if(reply.begin(), reply.end(), [](char c) { return c == ' ' || c == '\t'; });
+  const auto* const end = std::find_if(reply.begin(), reply.end(), [](char c) { return c == ' ' || c == '\t'; });
   const std::string_view word(reply.data(), static_cast<std::size_t>(end - reply.begin()));
   for (std::size_t place = 0; place < kNumbers; ++place)
     if (isSame(word, kWordsOfPostfix[place])) return place;

@@ -25,6 +25,13 @@ std::string_view localPart(std::string_view user) {
   return user.substr(0, user.rfind('@'));
 }
 
+// Where an extension begins, which is not in front; the size of the local part without one.
+std::size_t extensionOf(std::string_view local, std::string_view delimiters) {
+  if (local.empty()) return 0;
+  const auto* const found = std::find_first_of(local.begin() + 1, local.end(), delimiters.begin(), delimiters.end());
+  return static_cast<std::size_t>(found - local.begin());
+}
+
 std::string_view domainOf(std::string_view user) {
   const std::size_t at = user.rfind('@');
   return at == user.npos ? std::string_view() : user.substr(at + 1);
@@ -40,7 +47,7 @@ std::string_view knownValue(std::string_view value) {
 
 std::string_view withoutMapping(std::string_view address) {
   constexpr std::string_view kMapped = "::ffff:";
-  const bool isMapped = address.size() > kMapped.size() &&
+  const bool isMapped = address.starts_with(':') && address.size() > kMapped.size() &&
                         strncasecmp(address.data(), kMapped.data(), kMapped.size()) == 0 &&
                         address.find(':', kMapped.size()) == address.npos;
   return isMapped ? address.substr(kMapped.size()) : address;
@@ -73,9 +80,9 @@ void QuestionRules::addUsers(const PolicyRequest& request, zrlive::Question& que
     const std::string_view user = knownValue(request.value(name));
     addKey(question, Kind::kUser, user);
     const std::string_view local = localPart(user);
-    const std::size_t extension = local.find_first_of(m_settings.recipientDelimiter, 1);
+    const std::size_t extension = extensionOf(local, m_settings.recipientDelimiter);
     std::string_view plain = local;
-    if (extension != local.npos && extension < local.size()) {
+    if (extension < local.size()) {
       plain = local.substr(0, extension);
       addKey(question, Kind::kUser, std::string(plain).append(user.substr(local.size())));
     }

@@ -173,7 +173,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   std::size_t m_start = 0, m_end = 0;  // of what has arrived and is not answered
   std::string m_reply;
   bool m_isOverLimit;
-  bool m_hasReadAll = false;  // of what had been sent when the end began
+  bool m_hasReadAll = false;     // of what had been sent when the end began
   bool m_canReadAtOnce = false;  // it is its turn
   bool m_isReading = false;
   bool m_isWriting = false;

@@ -56,8 +56,8 @@ class LinkIndex {
   const Applying& applying(const Entry& entry) const { return m_applying[entry.policy]; }
 
  private:
-  // Open addressing, at most three quarters of the places in use. A place stands for one link whose name is the key, or,
-  // without a link, for the list of that number.
+  // Open addressing, at most three quarters of the places in use. A place stands for one link whose name is the key,
+  // or, without a link, for the list of that number.
   class Table {
    public:
     void reserve(std::size_t keys);

@@ -25,7 +25,7 @@ struct LoadOptions {
   bool logs = true;     // the first refused rows, and what was loaded
   std::function<void(const RefusedRow&)> onRefused{};         // each refused row, as it is met; may be empty
   std::function<void(std::uint64_t rowsSoFar)> onProgress{};  // now and then (every 1,024 rows); may be empty
-  bool indexLinks = false;   // the snapshot gets a LinkIndex, for asking often
+  bool indexLinks = false;                                    // the snapshot gets a LinkIndex, for asking often
   bool keepLinkIds = false;  // the links are SqlLinks, which cost some 16 bytes more each
 };
 

@@ -44,9 +44,8 @@ void flip(char* key, std::size_t size, unsigned char first, unsigned char last) 
 }
 
 void lower(char* key, std::size_t size) {
-  std::transform(key, key + size, key, [](unsigned char c) {
-    return static_cast<char>(std::isupper(c) != 0 ? std::tolower(c) : c);
-  });
+  std::transform(key, key + size, key,
+                 [](unsigned char c) { return static_cast<char>(std::isupper(c) != 0 ? std::tolower(c) : c); });
 }
 
 void upper(char* key, std::size_t size) {
