@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 
+#include "common/postgres_server.h"
 #include "service/running_service.h"
 
 namespace zrtest {
@@ -44,6 +45,15 @@ TEST_F(ServiceTest, LogsItsDecisions) {
   end();
   EXPECT_THAT(readFile(file("decisions")),
               testing::AllOf(HasSubstr("\"queue_id\":\"4ABC\""), testing::EndsWith("}\n")));
+}
+
+TEST_F(ServiceTest, ExaminesSettingsByTheirLines) {
+  configure("listen = ,\nsocketmap = ,\npoll 2\nno_match_action = OK # or not\n[questions]\nuser = sender\nusr = x");
+  EXPECT_THAT(outputOf(ZR_DAEMON " --check --config '" + file("conf") + "' 2>&1"),
+              testing::AllOf(testing::ContainsRegex("conf:[0-9]+: the line is dropped"),
+                             HasSubstr(": [service] no_match_action holds the #"), HasSubstr("unknown setting \"usr\""),
+                             HasSubstr("user takes sender"), HasSubstr("nobody could ask"),
+                             HasSubstr("settings are fine; the database has revision")));
 }
 
 }  // namespace
