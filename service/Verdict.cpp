@@ -14,7 +14,7 @@ constexpr std::size_t kMostActionBytes = 900;
 
 bool canBeSent(std::string_view action) {
   constexpr std::string_view kBreaks("\r\n\0", 3);
-  return action.size() <= kMostActionBytes && action.find_first_not_of(" \t\v\f") != action.npos &&
+  return action.size() <= kMostActionBytes && action.find_first_not_of(" ,\t\v\f") != action.npos &&
          action.find_first_of(kBreaks) == action.npos;
 }
 

@@ -22,7 +22,7 @@ TEST_F(ServiceTest, AnswersBothProtocolsAndFollowsTheDatabase) {
 
   change("UPDATE policy_rule SET action = 'REJECT no' WHERE policy_id = 20");
   EXPECT_TRUE(comesTrue([this] { return askJohn() == "action=REJECT no\n\n"; }));
-  for (const char* const faulty : {"''", "'  '", "'OK' || char(10) || 'x'", "printf('%901d', 1)"}) {
+  for (const char* const faulty : {"''", "'  '", "', ,'", "'OK' || char(10) || 'x'", "printf('%901d', 1)"}) {
     change(std::string("UPDATE policy_rule SET action = ") + faulty + " WHERE policy_id = 20");
     EXPECT_TRUE(comesTrue([this] { return askJohn() == "action=DEFER_IF_PERMIT 4.3.5 policy data error\n\n"; }))
         << faulty;
