@@ -7,10 +7,10 @@
 #include <ctime>
 #include <list>
 #include <memory>
-#include <optional>
 #include <thread>
 
 #include "service/Answerer.h"
+#include "service/Complaints.h"
 #include "service/Counters.h"
 
 namespace zrservice {
@@ -55,7 +55,7 @@ class Worker {
   void add(const std::shared_ptr<Connection>& connection);
   void remove(const Connection* connection);
   bool isDraining() const { return m_isDraining; }
-  // Logs a warning: not each of thousands, and not when nobody takes what is logged, for which no answer waits.
+  // Logs a warning, as often as Complaints lets it.
   void complain(const char* what, const char* why);
 
   Counters counters;
@@ -70,7 +70,7 @@ class Worker {
   asio::steady_timer m_sweep;
   std::list<std::shared_ptr<Connection>> m_connections;
   bool m_isDraining = false;
-  std::optional<Clock::time_point> m_complainedAt;
+  Complaints m_complaints;
   asio::executor_work_guard<asio::io_context::executor_type> m_guard = asio::make_work_guard(m_context);
   std::thread m_thread;
 };

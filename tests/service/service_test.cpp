@@ -1,5 +1,7 @@
+#include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include "common/postgres_server.h"
 #include "service/running_service.h"
@@ -45,6 +47,19 @@ TEST_F(ServiceTest, LogsItsDecisions) {
   end();
   EXPECT_THAT(readFile(file("decisions")),
               testing::AllOf(HasSubstr("\"queue_id\":\"4ABC\""), testing::EndsWith("}\n")));
+}
+
+TEST_F(ServiceTest, NoAnswerWaitsForWhoeverReadsTheLog) {
+  change("UPDATE policy_rule SET action = '' WHERE policy_id = 1");
+  startReady([] {  // into a pipe that is full
+    int ends[2];
+    if (pipe2(ends, O_NONBLOCK) != 0) _exit(126);
+    while (write(ends[1], "x", 1) == 1) {
+    }
+    fcntl(ends[1], F_SETFL, 0);
+    dup2(ends[1], STDERR_FILENO);
+  });
+  EXPECT_EQ(ask("x=y"), "action=DEFER_IF_PERMIT 4.3.5 policy data error\n\n");
 }
 
 TEST_F(ServiceTest, ExaminesSettingsByTheirLines) {
