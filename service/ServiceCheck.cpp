@@ -1,9 +1,16 @@
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+#include <unistd.h>
 
+#include "host/base/HostError.h"
 #include "host/base/terminal_text.h"
 #include "host/log/LogSink.h"
 #include "host/settings/ConfigCheck.h"
 #include "live/LivePolicies.h"
+#include "service/Identity.h"
 #include "service/Service.h"
 #include "service/service_settings_internal.h"
 
@@ -21,6 +28,34 @@ void sayFindings(const zrhost::Settings& settings) {
         "sockets");
 }
 
+void requireWritable(const zrhost::Settings& settings, const char* name, const std::string& path,
+                     const std::filesystem::path& place) {
+  if (access(place.c_str(), W_OK) == 0) return;
+  throw zrhost::HostError(zrhost::ErrorKind::kInputOutput, zrhost::terminalText(settings.file().path) + ": [service] " +
+                                                               name + " = \"" + zrhost::shortened(path) +
+                                                               "\": cannot write there: " + std::strerror(errno));
+}
+
+// What a start finds out when it opens them; here nothing is made.
+void requirePlaces(const zrhost::Settings& settings) {
+  const zrhost::ServiceSection& service = settings.options().service;
+  requireWritable(settings, "state_folder", service.stateFolder, service.stateFolder);
+  if (service.decisionLog.empty() || service.decisionLog == "stderr") return;
+  const std::filesystem::path log = std::filesystem::absolute(service.decisionLog);
+  std::error_code ignored;
+  const bool isThere = std::filesystem::exists(log, ignored);
+  requireWritable(settings, "decision_log", service.decisionLog, isThere ? log : log.parent_path());
+}
+
+// Files and the database are to be looked at with the rights that the service will have.
+void becomeItsUser(const zrhost::Settings& settings) {
+  const std::string& user = settings.options().service.user;
+  const std::optional<Identity> identity = user.empty() ? std::nullopt : identityToTake(user);
+  if (!identity) return;
+  become(*identity);
+  requireService(settings);
+}
+
 }  // namespace
 
 int checkService(const std::string& configFile) {
@@ -29,6 +64,8 @@ int checkService(const std::string& configFile) {
   requireService(settings);
   sayFindings(settings);
   sayOfStrangers(settings);
+  becomeItsUser(settings);
+  requirePlaces(settings);
   const zrlive::LiveStatus found = zrlive::LivePolicies::check(liveOptions(settings));
   std::printf("settings are fine; the database has revision %lld with %llu policies, %llu links, %llu members\n",
               static_cast<long long>(found.revision), static_cast<unsigned long long>(found.counts.policies),
