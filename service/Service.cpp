@@ -192,6 +192,7 @@ int Running::run() {
 
 int runService(const std::string& configFile) {
   openStandardDescriptors();
+  zrhost::loseLinesNobodyReads();
   return Running(configFile).run();
 }
 

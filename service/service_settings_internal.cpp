@@ -8,6 +8,7 @@
 
 #include "host/base/HostError.h"
 #include "host/base/terminal_text.h"
+#include "host/log/LogSink.h"
 #include "host/settings/SettingsFile.h"
 #include "service/DecisionLog.h"
 #include "service/Identity.h"
@@ -95,7 +96,7 @@ std::vector<std::string> restartNeeded(const zrhost::Settings& now, const zrhost
 }
 
 void say(const std::string& text) {
-  std::fprintf(stderr, "zrpolicyd: %s\n", text.c_str());
+  if (zrhost::takesLine()) std::fprintf(stderr, "zrpolicyd: %s\n", text.c_str());
 }
 
 void sayWarnings(const zrhost::Settings& settings) {

@@ -21,7 +21,7 @@ zrlive::LiveOptions liveOptions(const zrhost::Settings& settings);
 // The names of settings that a running service cannot change, and that differ.
 std::vector<std::string> restartNeeded(const zrhost::Settings& now, const zrhost::Settings& next);
 
-// A line on standard error.
+// A line on standard error, as zrhost::takesLine lets it.
 void say(const std::string& text);
 
 // Says what in the settings is unknown, and what sayOfStrangers does.

@@ -1,3 +1,4 @@
+#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -49,7 +50,7 @@ TEST_F(ServiceTest, LogsItsDecisions) {
               testing::AllOf(HasSubstr("\"queue_id\":\"4ABC\""), testing::EndsWith("}\n")));
 }
 
-TEST_F(ServiceTest, NoAnswerWaitsForWhoeverReadsTheLog) {
+TEST_F(ServiceTest, WaitsForNobodyWhoReadsTheLog) {
   change("UPDATE policy_rule SET action = '' WHERE policy_id = 1");
   startReady([] {  // into a pipe that is full
     int ends[2];
@@ -60,6 +61,10 @@ TEST_F(ServiceTest, NoAnswerWaitsForWhoeverReadsTheLog) {
     dup2(ends[1], STDERR_FILENO);
   });
   EXPECT_EQ(ask("x=y"), "action=DEFER_IF_PERMIT 4.3.5 policy data error\n\n");
+  signal(SIGHUP);
+  change("DELETE FROM ep_link");  // which is held back, and said
+  EXPECT_TRUE(comesTrue([this] { return http("GET", "/status").find("are left") != std::string::npos; }));
+  EXPECT_EQ(end(), 0);
 }
 
 TEST_F(ServiceTest, ExaminesSettingsByTheirLines) {
