@@ -64,9 +64,8 @@ Verdict Answerer::decide() {
 
 void Answerer::noteFault(const Verdict& verdict) {
   if (verdict.reason() != Verdict::Reason::kFault) return;
-  const std::uint64_t before = m_counters.faultyActions.load(std::memory_order_relaxed);
   addAlone(m_counters.faultyActions);
-  if (before % 1000 != 0) return;  // one line in a thousand: a faulty policy may apply to every mail
+  if (!m_complaints.mayLog()) return;  // a faulty policy may apply to every mail
   PolicyLog::log(PolicyLog::LEVEL_ERROR,
                  "policy %d has an action that cannot be sent (empty, longer than 900 bytes, or with a line break); "
                  "see zrpolicy check",

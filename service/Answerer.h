@@ -5,6 +5,7 @@
 
 #include "live/Answer.h"
 #include "live/Question.h"
+#include "service/Complaints.h"
 #include "service/Counters.h"
 #include "service/Desk.h"
 #include "service/PolicyRequest.h"
@@ -42,6 +43,7 @@ class Answerer {
   std::shared_ptr<const zrlive::Snapshot> m_lease;  // while a request is answered
   zrlive::Question m_question;
   zrlive::Answer m_answer;
+  Complaints m_complaints;
 };
 
 }  // namespace zrservice

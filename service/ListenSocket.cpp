@@ -1,5 +1,6 @@
 #include "service/ListenSocket.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <charconv>
@@ -26,6 +27,7 @@ using zrhost::ErrorKind;
 using zrhost::HostError;
 
 constexpr int kBacklog = 1024;
+constexpr std::size_t kMostPathBytes = sizeof(sockaddr_un::sun_path) - 1;
 constexpr int kSocketType = SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK;
 
 [[noreturn]] void refuse(const std::string& title, std::string_view text, const std::string& why) {
@@ -74,12 +76,10 @@ std::string folderOf(const std::string& path) {
   return slash == path.npos ? "." : path.substr(0, slash + 1);
 }
 
-sockaddr_un addressOf(const std::string& path, const std::string& text) {
+sockaddr_un addressOf(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof address.sun_path)
-    throw HostError(ErrorKind::kUsage, "cannot listen on " + text + ": the path of a socket ends at 107 bytes");
-  std::memcpy(address.sun_path, path.data(), path.size());
+  std::memcpy(address.sun_path, path.data(), std::min(path.size(), kMostPathBytes));
   return address;
 }
 
@@ -111,6 +111,7 @@ ListenAddress parseListenAddress(std::string_view text, const std::string& title
   ListenAddress found{zrhost::terminalText(text), {}, {}, {}};
   if (text.starts_with("unix:") && text.size() > 5) {
     found.path = text.substr(5);
+    if (found.path.size() > kMostPathBytes) refuse(title, text, "the path of a socket ends at 107 bytes");
     return found;
   }
   const std::size_t colon = text.rfind(':');
@@ -125,7 +126,8 @@ ListenAddress parseListenAddress(std::string_view text, const std::string& title
     refuse(title, text, "the port is no number from 1 to 65535");
   if (!isAddress(found.address)) refuse(title, text, "not an address");
   if (!allowRemote && !isLoopback(found.address))
-    refuse(title, text, "others could connect; allow it with allow_remote = yes, or take an address of the loopback");
+    refuse(title, text,
+           "others could connect; take an address of the loopback (allow_remote = yes allows it in [service] alone)");
   return found;
 }
 
@@ -194,7 +196,7 @@ void ListenSocket::takePlace(const std::string& path, const sockaddr_un& address
 }
 
 void ListenSocket::listenOnFile(const std::string& path, const zrhost::ServiceSection& settings) {
-  const sockaddr_un address = addressOf(path, m_text);
+  const sockaddr_un address = addressOf(path);
   const FolderTurn turn(path);
   takePlace(path, address);
   m_descriptor = zrhost::FileDescriptor(socket(AF_UNIX, kSocketType, 0));

@@ -20,8 +20,8 @@ struct ListenAddress {
   std::string port;
 };
 
-// Throws HostError kUsage with the setting's title for a text that is none, or for an address beyond the loopback
-// unless that is allowed.
+// Throws HostError kUsage with the setting's title for a text that is none, for a path that no socket can have, or for
+// an address beyond the loopback unless that is allowed.
 ListenAddress parseListenAddress(std::string_view text, const std::string& title, bool allowRemote);
 
 // A socket that connections are accepted from. One that was made here takes its file with it when it goes; one that the

@@ -1,30 +1,26 @@
 #include "service/Service.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <fcntl.h>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <thread>
 #include <unistd.h>
 #include <vector>
 
-#include "host/base/HostError.h"
-#include "host/base/terminal_text.h"
 #include "host/log/LogSink.h"
 #include "host/settings/Settings.h"
 #include "service/Admin.h"
-#include "service/Answerer.h"
 #include "service/DecisionLog.h"
 #include "service/Identity.h"
 #include "service/Server.h"
 #include "service/Sockets.h"
 #include "service/SystemdSockets.h"
+#include "service/service_settings_internal.h"
 #include "service/signals_internal.h"
 #include "support/PolicyLog.h"
 
@@ -38,71 +34,6 @@ constexpr int kLeastLogLevel = PolicyLog::LEVEL_WARNING;  // a service that says
 constexpr int kMostThreads = 4;
 constexpr seconds kLongestStart{5};
 constexpr timespec kMoment{0, 10'000'000};
-
-zrhost::Settings readSettings(const std::string& configFile) {
-  zrhost::SettingsRequest request;
-  request.configFile = configFile;
-  return zrhost::Settings(request);
-}
-
-void requireFolder(const std::string& stateFolder) {
-  std::error_code error;
-  if (std::filesystem::is_directory(stateFolder, error)) return;
-  throw zrhost::HostError(zrhost::ErrorKind::kInputOutput, "[service] state_folder = \"" +
-                                                               zrhost::shortened(stateFolder) +
-                                                               "\": " + (error ? error.message() : "no folder"));
-}
-
-// What settings say that cannot be served by.
-void requireOptions(const Options& options) {
-  if (options.database.file.empty() && options.database.dsn.empty())
-    throw zrhost::HostError(zrhost::ErrorKind::kUsage, "[database] names none; set file or dsn");
-  requireActions(options.service);
-  requireSocketSettings(options.service);
-  DecisionLog::requireSettings(options.service);
-  requireAddresses(options);
-  requireFolder(options.service.stateFolder);
-  if (!options.service.user.empty()) (void)identityToTake(options.service.user);
-}
-
-// Before anything is done; a fault is told with the file that it is in.
-void requireService(const zrhost::Settings& settings) {
-  try {
-    requireOptions(settings.options());
-  } catch (const zrhost::HostError& error) {
-    throw zrhost::HostError(error.kind(), zrhost::terminalText(settings.file().path) + ": " + error.what());
-  }
-}
-
-zrlive::LiveOptions liveOptions(const zrhost::Settings& settings) {
-  const zrhost::DatabaseOptions database = settings.database();
-  const zrhost::ServiceSection& service = settings.options().service;
-  zrlive::LiveOptions live;
-  live.databaseFile = database.file;
-  live.dataSource = database.dsn;
-  live.user = database.user;
-  live.password = database.password;
-  live.sqlDirectory = database.sqlDirectory;
-  live.connectTimeout = seconds(database.connectTimeout);
-  live.readTimeout = seconds(database.readTimeout);
-  live.poll = seconds(service.poll);
-  live.reloadInterval = seconds(service.reloadInterval);
-  live.keepInterval = seconds(service.keepInterval);
-  live.maxAge = seconds(service.maxAge);
-  live.stateFolder = service.stateFolder;
-  return live;
-}
-
-void say(const std::string& text) {
-  std::fprintf(stderr, "zrpolicyd: %s\n", text.c_str());
-}
-
-void sayWarnings(const zrhost::Settings& settings) {
-  for (const std::string& warning : settings.warnings())
-    say("warning: " + warning);
-  for (const std::string& warning : QuestionRules(settings.options().questions).warnings())
-    say("warning: " + warning);
-}
 
 int threadsOf(const zrhost::ServiceSection& service) {
   if (service.threads > 0) return service.threads;
@@ -132,24 +63,6 @@ void sayWhatStays(const Sockets& sockets) {
             " cannot be taken away at the end: its folder belongs to another user");
     }
   }
-}
-
-// The names of settings that a running service cannot change, and that differ.
-std::vector<std::string> restartNeeded(const zrhost::Settings& now, const zrhost::Settings& next) {
-  constexpr std::array kChangeable = {"no_match_action", "unavailable_action", "stale_action",    "fault_action",
-                                      "shadow",          "idle_timeout",       "request_timeout", "shutdown_timeout",
-                                      "max_connections"};
-  std::vector<std::string> names;
-  for (std::size_t i = 0; i < now.all().size(); ++i) {
-    const zrhost::SettingDefinition& setting = *now.all()[i].definition;
-    const std::string section = setting.section;
-    const bool isChangeable = section == "questions" || section == "log" ||
-                              (section == "service" && std::ranges::any_of(kChangeable, [&](const char* name) {
-                                 return setting.name == std::string_view(name);
-                               }));
-    if (!isChangeable && now.all()[i].value != next.all()[i].value) names.push_back(setting.title());
-  }
-  return names;
 }
 
 class Running {
@@ -279,23 +192,8 @@ int Running::run() {
 
 int runService(const std::string& configFile) {
   openStandardDescriptors();
+  zrhost::loseLinesNobodyReads();
   return Running(configFile).run();
-}
-
-int checkService(const std::string& configFile) {
-  const zrhost::Settings settings = readSettings(configFile);
-  zrhost::setLogLevel(settings.options().log.level);
-  requireService(settings);
-  sayWarnings(settings);
-  const zrlive::LiveStatus found = zrlive::LivePolicies::check(liveOptions(settings));
-  std::printf("settings are fine; the database has revision %lld with %llu policies, %llu links, %llu members\n",
-              static_cast<long long>(found.revision), static_cast<unsigned long long>(found.counts.policies),
-              static_cast<unsigned long long>(found.counts.links()),
-              static_cast<unsigned long long>(found.counts.members));
-  if (found.counts.refusedRows > 0)
-    std::printf("%llu row(s) cannot be used; see zrpolicy check\n",
-                static_cast<unsigned long long>(found.counts.refusedRows));
-  return 0;
 }
 
 }  // namespace zrservice

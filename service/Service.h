@@ -13,7 +13,8 @@ namespace zrservice {
 // Throws HostError and LiveError for what keeps it from starting.
 int runService(const std::string& configFile);
 
-// Examines the settings and the database, says on standard output what there is, and answers 0. Throws as runService.
+// Examines the settings and the database, as the user that root's service becomes, says on standard output what there
+// is, and answers 0. Writes nothing. Throws as runService.
 int checkService(const std::string& configFile);
 
 }  // namespace zrservice

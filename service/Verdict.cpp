@@ -15,7 +15,7 @@ constexpr std::size_t kMostActionBytes = 900;
 bool canBeSent(std::string_view action) {
   bool isBlank = true, isOneLine = true;
   for (const char c : action.substr(0, kMostActionBytes)) {
-    isBlank &= c == ' ' || (c >= '\t' && c <= '\r');
+    isBlank &= c == ' ' || c == ',' || (c >= '\t' && c <= '\r');
     isOneLine &= c != '\n' && c != '\r' && c != '\0';
   }
   return action.size() <= kMostActionBytes && !isBlank && isOneLine;

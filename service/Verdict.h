@@ -9,8 +9,8 @@
 
 namespace zrservice {
 
-// Whether a text can be sent as an action: not empty nor of blanks alone, which Postfix would take for acceptance, at
-// most 900 bytes, without a line break or a zero byte.
+// Whether a text can be sent as an action: not empty nor of blanks and commas alone, which Postfix takes for a list of
+// restrictions without any and lets mail pass, at most 900 bytes, without a line break or a zero byte.
 bool canBeSent(std::string_view action);
 
 // What a policy's action and the state of the policies come to.

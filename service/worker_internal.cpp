@@ -1,8 +1,6 @@
 #include "service/worker_internal.h"
 
 #include <exception>
-#include <poll.h>
-#include <unistd.h>
 
 #include "host/base/quiet_thread.h"
 #include "support/PolicyLog.h"
@@ -11,7 +9,6 @@ namespace zrservice {
 namespace {
 
 constexpr std::chrono::milliseconds kSweepEach{250};
-constexpr std::chrono::seconds kComplainEach{5};
 // Of turns, before the connections that wait for the system to tell of them are looked after again.
 constexpr int kRounds = 4;
 
@@ -90,12 +87,7 @@ void Worker::giveTurns() {
 }
 
 void Worker::complain(const char* what, const char* why) {
-  const Clock::time_point now = Clock::now();
-  if (m_complainedAt && now - *m_complainedAt < kComplainEach) return;
-  pollfd log{STDERR_FILENO, POLLOUT, 0};
-  if (poll(&log, 1, 0) != 1) return;
-  m_complainedAt = now;
-  PolicyLog::log(PolicyLog::LEVEL_WARNING, "%s: %s", what, why);
+  if (m_complaints.mayLog()) PolicyLog::log(PolicyLog::LEVEL_WARNING, "%s: %s", what, why);
 }
 
 // One timer for all connections: a request costs none.

@@ -7,11 +7,11 @@
 #include <ctime>
 #include <list>
 #include <memory>
-#include <optional>
 #include <thread>
 #include <vector>
 
 #include "service/Answerer.h"
+#include "service/Complaints.h"
 #include "service/Counters.h"
 
 namespace zrservice {
@@ -60,7 +60,7 @@ class Worker {
   bool isDraining() const { return m_isDraining; }
   // Has a connection go on when the others that are ready have had their turn.
   void waitForTurn(std::shared_ptr<Connection> connection);
-  // Logs a warning: not each of thousands, and not when nobody takes what is logged, for which no answer waits.
+  // Logs a warning, as often as Complaints lets it.
   void complain(const char* what, const char* why);
 
   Counters counters;
@@ -79,7 +79,7 @@ class Worker {
   std::vector<std::shared_ptr<Connection>> m_waiting, m_turns;
   bool m_areTurnsPosted = false;
   bool m_isDraining = false;
-  std::optional<Clock::time_point> m_complainedAt;
+  Complaints m_complaints;
   asio::executor_work_guard<asio::io_context::executor_type> m_guard = asio::make_work_guard(m_context);
   std::thread m_thread;
 };

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdarg>
 #include <cstdio>
+#include <poll.h>
 #include <string>
 #include <unistd.h>
 
@@ -19,6 +20,8 @@
 namespace {
 
 std::atomic<int> g_shownLevel = 0;
+std::atomic<bool> g_losesLines = false;
+std::atomic<bool> g_hasLost = false;  // the last line
 const auto g_start = std::chrono::steady_clock::now();
 
 std::string formatted(const char* format, std::va_list args) {
@@ -44,6 +47,7 @@ std::string head(VEXA::VEXALogLevel level) {
 void show(VEXA::VEXALogLevel level, const std::string& text) {
   constexpr char kOverProgressBar[] = "\r\033[K";
   const std::string start = isatty(STDERR_FILENO) == 1 ? kOverProgressBar : "";
+  if (!zrhost::takesLine()) return;
   const std::string line = start + head(level) + zrhost::terminalText(zrhost::shownLogLine(text)) + '\n';
   [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
 }
@@ -54,6 +58,20 @@ void zrhost::setLogLevel(int level) {
   g_shownLevel = level;
   const int ofLibrary = std::max(level, static_cast<int>(PolicyLog::LEVEL_ERROR));
   __atomic_store_n(&PolicyLog::ms_level, ofLibrary, __ATOMIC_RELAXED);  // threads may be logging
+}
+
+void zrhost::loseLinesNobodyReads() {
+  g_losesLines = true;
+}
+
+// Only the first of the lines that are lost is waited for.
+bool zrhost::takesLine() {
+  constexpr int kPatience = 1000;  // ms
+  if (!g_losesLines) return true;
+  pollfd log{STDERR_FILENO, POLLOUT, 0};
+  const bool takes = poll(&log, 1, g_hasLost ? 0 : kPatience) == 1;
+  g_hasLost = !takes;
+  return takes;
 }
 
 void VEXA::Log::LogByLevel(VEXALogLevel level, const char* format, ...) {

@@ -10,4 +10,11 @@ namespace zrhost {
 // (host/log/LibraryErrors.h), whatever the level. Any thread may log.
 void setLogLevel(int level);
 
+// For a service, which is not to stand still with whoever reads its standard error: from now on a line that is not
+// taken within a second is lost, and so are those behind it, at once, until lines are taken again.
+void loseLinesNobodyReads();
+
+// Whether a line may be written to standard error now, by that rule. Any thread.
+bool takesLine();
+
 }  // namespace zrhost

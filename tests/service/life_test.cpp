@@ -224,6 +224,19 @@ TEST_F(RootTest, BecomesItsUserForGood) {
   EXPECT_TRUE(std::filesystem::exists(file("state/last_good.db")));
 }
 
+TEST_F(RootTest, ExaminesWithTheRightsOfItsUser) {
+  const std::string check = ZR_DAEMON " --check --config '" + file("conf") + "' 2>&1 || true";
+  configure("decision_log = " + file("logs/decisions"));
+  EXPECT_THAT(outputOf(check), HasSubstr("[service] decision_log = "));
+  std::filesystem::create_directory(file("logs"));
+  for (const char* const name : {"logs", "state", "policies.db"}) {
+    outputOf("chown root '" + file(name) + "'; chmod go-rwx '" + file(name) + "'");
+    EXPECT_THAT(outputOf(check), AllOf(HasSubstr(name), HasSubstr("ermission"))) << name;
+    configure("");  // and with all rights again
+  }
+  EXPECT_THAT(outputOf(check), HasSubstr("settings are fine"));
+}
+
 TEST_F(RootTest, SaysWhatItsUserCannotTakeAway) {
   std::filesystem::create_directory(file("roots"));
   configure("listen = unix:" + file("roots/policy") + " unix:" + policySocket());

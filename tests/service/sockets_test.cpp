@@ -127,6 +127,7 @@ TEST_F(SocketsTest, RefuseSettingsThatCannotBeListenedOn) {
   } cases[] = {
       {"listen = inet:0.0.0.0:10040\n", "64 ", "allow_remote = yes"},
       {"listen = inet:[::]:10040\n", "64 ", "allow_remote = yes"},
+      {"[questions]\n[admin]\nlisten = inet:0.0.0.0:10040\n", "64 ", "in [service] alone"},
       {"socketmap = inet:192.0.2.1:10040\n", "64 ", "[service] socketmap"},
       {"allow_remote = yes\nlisten = inet:192.0.2.1:10040\n", "74 ", "cannot listen on inet:192.0.2.1:10040"},
       {"listen = inet:localhost:10040\n", "64 ", "not an address"},
@@ -134,7 +135,7 @@ TEST_F(SocketsTest, RefuseSettingsThatCannotBeListenedOn) {
       {"listen = inet:127.0.0.1:0\n", "64 ", "the port is no number from 1 to 65535"},
       {"listen = inet:127.0.0.1\n", "64 ", "neither unix:PATH nor inet:ADDRESS:PORT"},
       {"listen = unix:\n", "64 ", "neither unix:PATH nor inet:ADDRESS:PORT"},
-      {"listen = unix:/" + std::string(108, 'x') + "\n", "64 ", "107 bytes"},
+      {"listen = unix:/" + std::string(108, 'x') + "\n", "64 ", "\": the path of a socket ends at 107 bytes"},
       {"listen = unix:" + file("none/policy") + "\n", "74 ", "No such file or directory"},
       {"listen = ,\nsocketmap = ,\n", "64 ", "nobody could ask"},
       {"socket_mode = 0888\n", "64 ", "not an octal number"},
