@@ -24,7 +24,7 @@ void Engine::start() {
   if (!m_options.stateFolder.empty()) {
     m_keeper = std::make_unique<Keeper>(m_options.stateFolder, m_options.sqlDirectory, m_bell, m_options.nice);
     m_kept = m_keeper->found();
-    if (m_kept) m_keeper->beginLoading();
+    if (m_kept || m_keeper->hasDatabase()) m_keeper->beginLoading();  // which says why it cannot
   }
   m_startedAt = m_nextLook = m_nextKeep = Clock::now();
   m_loadEnd = m_startedAt - m_options.reloadInterval;
