@@ -33,7 +33,7 @@ void Engine::start() {
 
 void Engine::stop(std::chrono::milliseconds limit) noexcept {
   if (!m_thread.joinable()) return;
-  m_stopLimit = limit;
+  m_stopLimit = std::min(limit, kLongestWait);
   m_isStopping = true;
   wake();
   m_thread.join();

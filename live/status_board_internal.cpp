@@ -1,5 +1,7 @@
 #include "live/status_board_internal.h"
 
+#include <algorithm>
+
 namespace zrlive {
 
 void StatusBoard::show(const Snapshot& snapshot) {
@@ -63,13 +65,14 @@ std::uint64_t StatusBoard::wantReload(bool accept) {
 
 LivePolicies::Reload StatusBoard::waitForReload(std::uint64_t number, std::chrono::milliseconds limit) const {
   std::unique_lock lock(m_mutex);
-  const bool isDone = m_changed.wait_for(lock, limit, [this, number] { return m_fulfilled >= number; });
+  const bool isDone =
+      m_changed.wait_for(lock, std::min(limit, kLongestWait), [this, number] { return m_fulfilled >= number; });
   return isDone ? m_result : LivePolicies::Reload::kPending;
 }
 
 bool StatusBoard::waitForSnapshot(std::chrono::milliseconds limit) const {
   std::unique_lock lock(m_mutex);
-  return m_changed.wait_for(lock, limit, [this] { return m_hasSnapshot.load(); });
+  return m_changed.wait_for(lock, std::min(limit, kLongestWait), [this] { return m_hasSnapshot.load(); });
 }
 
 }  // namespace zrlive

@@ -15,7 +15,7 @@ namespace {
 
 [[noreturn]] void refuse(const std::string& folder, const std::string& why) {
   throw HostError(ErrorKind::kInputOutput, oneLine("cannot read the SQL statement files in '" + folder + "': " + why +
-                                                   "; name their folder with --sql-dir"));
+                                                   "; name their folder by directory in [sql], or --sql-dir"));
 }
 
 }  // namespace
