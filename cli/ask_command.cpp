@@ -60,13 +60,22 @@ std::string documentOf(const zrhost::Question& question, const AskArguments& arg
   }
 }
 
+// What a service with policies that are too old answers is none of them. Said once, for any number of questions.
+void warnOfStale(const Json& told, bool& isWarned) {
+  if (isWarned || told.value("state", std::string()) != "stale") return;
+  isWarned = true;
+  printError("warning: the service's policies are too old, so that it answers mail servers '" +
+             told.value("action", std::string()) + "'; see zrpolicy status");
+}
+
 // The service answers more than lookup prints.
-Json ask(const AdminClient& client, const zrhost::Question& question, const AskArguments& arguments) {
+Json ask(const AdminClient& client, const zrhost::Question& question, const AskArguments& arguments, bool& isWarned) {
   const AdminReply reply = client.post("/ask", documentOf(question, arguments));
   Json told = Json::parse(reply.body, nullptr, false);
   if (reply.status != 200 || !told.is_object() || !told["results"].is_array())
     throw zrhost::HostError(reply.status == 400 ? zrhost::ErrorKind::kUsage : zrhost::ErrorKind::kUnreachable,
                             errorOf(reply));
+  warnOfStale(told, isWarned);
   Json results = told["results"];
   if (arguments.options.top && results.size() > 1) results.erase(results.begin() + 1, results.end());
   Json answer{{"generation", told["generation"]}, {"revision", told["revision"]}, {"results", results}};
@@ -98,11 +107,12 @@ zrhost::Answer answerOf(const Json& results) {
 
 int run(const CommandContext& context, const AskArguments& arguments) {
   const AdminClient client(context, arguments.address);
+  bool isWarned = false;
   if (arguments.asked.fromStandardInput)
     return answerLines(arguments.asked.withGroups, [&](const zrhost::Question& question, StandardOutput& output) {
-      output.write(ask(client, question, arguments).dump() + '\n');
+      output.write(ask(client, question, arguments, isWarned).dump() + '\n');
     });
-  const Json answer = ask(client, arguments.asked.question, arguments);
+  const Json answer = ask(client, arguments.asked.question, arguments, isWarned);
   const bool isJson = arguments.options.json || arguments.isExplained;
   printAll(isJson ? answer.dump() + '\n'
                   : zrhost::answerTable(answerOf(answer["results"]), arguments.options.wide ? 0 : terminalWidth()));

@@ -10,6 +10,7 @@ namespace zrlive {
 enum class LogLevel { kError = 1, kWarning = 2, kInfo = 3, kTrace = 4 };
 
 // How policies are kept current. The defaults fit a mail server; exactly one of databaseFile and dataSource is given.
+// No time may be above ten years.
 struct LiveOptions {
   using Milliseconds = std::chrono::milliseconds;
 

@@ -45,7 +45,9 @@ namespace zrlive {
 // which case it is waited for one of them. They hold nothing of this object, which can be destroyed meanwhile.
 //
 // Threads: everything but construction, start, stop and destruction may be called by any number of threads at once.
-// Any number of objects may live in a process. The library is to be loaded before the process starts its threads, as it
+// Any number of objects may live in a process. A child of fork(2) has none of an object's threads: what it leases there
+// is never renewed, and its copy keeps the state folder, so an object is to be made and started behind the fork. The
+// library is to be loaded before the process starts its threads, as it
 // sets an environment variable then (ODBCINI; the data sources that it named go on being found).
 class ZR_EXPORT LivePolicies {
  public:

@@ -24,7 +24,7 @@ void Engine::start() {
   if (!m_options.stateFolder.empty()) {
     m_keeper = std::make_unique<Keeper>(m_options.stateFolder, m_options.sqlDirectory, m_bell, m_options.nice);
     m_kept = m_keeper->found();
-    if (m_kept) m_keeper->beginLoading();
+    if (m_kept || m_keeper->hasDatabase()) m_keeper->beginLoading();  // which says why it cannot
   }
   m_cleaner = std::make_unique<Worker>(m_bell, m_options.nice);
   m_startedAt = m_nextLook = m_nextKeep = Clock::now();
@@ -34,7 +34,7 @@ void Engine::start() {
 
 void Engine::stop(std::chrono::milliseconds limit) noexcept {
   if (!m_thread.joinable()) return;
-  m_stopLimit = limit;
+  m_stopLimit = std::min(limit, kLongestWait);
   m_isStopping = true;
   wake();
   m_thread.join();

@@ -153,7 +153,7 @@ void Engine::endStandingLoaders() {
 
 // Give or take a tenth, so that many machines do not ask one server all at once.
 Clock::duration Engine::jittered(Clock::duration pause) {
-  return pause * std::uniform_int_distribution<int>(900, 1100)(m_random) / 1000;
+  return pause / 1000 * std::uniform_int_distribution<int>(900, 1100)(m_random);
 }
 
 }  // namespace zrlive

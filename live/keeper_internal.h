@@ -32,6 +32,9 @@ class Keeper {
   // What the folder held at the start; of two states the newer one.
   const std::optional<LastGoodState>& found() const { return m_found; }
 
+  // Whether it held a database, and be it one that nothing is said about.
+  bool hasDatabase() const { return m_parts->file.hasDatabase(); }
+
   void beginLoading();
   // The lease is let go as soon as its rows are noted.
   void beginReplacing(std::shared_ptr<const Snapshot> lease, std::chrono::system_clock::time_point confirmed);

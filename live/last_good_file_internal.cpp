@@ -128,7 +128,16 @@ LastGoodFile::LastGoodFile(std::string folder, std::string sqlDirectory)
   m_states = parseStates(contentOf(m_folder + kState));
 }
 
+bool LastGoodFile::hasDatabase() const {
+  return access(database().c_str(), F_OK) == 0;
+}
+
 std::shared_ptr<const zrhost::Snapshot> LastGoodFile::load(LastGoodState& state, Pulse& pulse) {
+  if (m_states.empty()) {
+    throw HostError(ErrorKind::kNotPolicyDatabase,
+                    zrhost::oneLine("the last good state in '" + database() + "' is not used: '" + m_folder + kState +
+                                    "', which says what it is, is missing or damaged, or cannot be read"));
+  }
   KeptRows rows(database());
   SummedSource source(rows, pulse);
   zrhost::LoadOptions how;

@@ -27,9 +27,10 @@ class LastGoodFile {
   const std::vector<LastGoodState>& states() const { return m_states; }
   const std::string& folder() const { return m_folder; }
   std::string database() const { return m_folder + "/last_good.db"; }
+  bool hasDatabase() const;
 
-  // Loads the database; `state` is set to what is said about it. Throws kNotPolicyDatabase when its rows have none of
-  // the checksums. `pulse` can end it.
+  // Loads the database; `state` is set to what is said about it. Throws kNotPolicyDatabase when nothing is said about
+  // it, or its rows have none of the checksums. `pulse` can end it.
   std::shared_ptr<const zrhost::Snapshot> load(LastGoodState& state, Pulse& pulse);
 
   // Puts a new state into the place of the old one; its checksum is found out here.

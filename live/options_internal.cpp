@@ -10,6 +10,7 @@
 #include "host/database/sql_directory.h"
 #include "live/live_error_internal.h"
 #include "live/sql_folder_internal.h"
+#include "live/worker_internal.h"
 
 namespace zrlive {
 namespace {
@@ -27,6 +28,9 @@ void checkTimes(const LiveOptions& options) {
   refuseUnless(options.reloadInterval >= none && options.keepInterval >= none && options.coldStartWait >= none &&
                    options.maxAge >= none,
                "no time may be negative");
+  for (const auto time : {options.connectTimeout, options.readTimeout, options.poll, options.reloadInterval,
+                          options.longestPause, options.keepInterval, options.coldStartWait, options.maxAge})
+    refuseUnless(time <= kLongestWait, "no time may be above ten years");
 }
 
 void checkStateFolder(const std::string& folder) {
@@ -40,11 +44,12 @@ void checkStateFolder(const std::string& folder) {
 }  // namespace
 
 LiveOptions checkedOptions(LiveOptions options) {
+  refuseUnless(options.databaseFile.empty() != options.dataSource.empty(),
+               "the policies come from either a databaseFile or a dataSource");
   checkTimes(options);
   asLiveError([&options] {
     if (options.sqlDirectory.empty()) options.sqlDirectory = findSqlFolder();
     zrhost::checkSqlDirectory(options.sqlDirectory);
-    zrhost::requireOneDatabase(databaseOf(options));
   });
   if (!options.stateFolder.empty()) checkStateFolder(options.stateFolder);
   return options;

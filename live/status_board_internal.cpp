@@ -1,5 +1,7 @@
 #include "live/status_board_internal.h"
 
+#include <algorithm>
+
 namespace zrlive {
 
 void StatusBoard::show(const Snapshot& snapshot) {
@@ -26,13 +28,12 @@ Clock::time_point StatusBoard::confirmed() const {
 
 ReloadWish StatusBoard::wish() const {
   const std::lock_guard lock(m_mutex);
-  return m_wish.number > m_fulfilled ? m_wish : ReloadWish();
+  return m_wished > m_fulfilled ? ReloadWish{m_wished, m_accepted > m_fulfilled} : ReloadWish();
 }
 
 void StatusBoard::fulfil(const ReloadWish& wish, LivePolicies::Reload result) {
   if (wish.number == 0) return;
   const std::lock_guard lock(m_mutex);
-  if (m_wish.number == wish.number) m_wish.accept = false;
   m_fulfilled = wish.number;
   m_result = result;
   m_changed.notify_all();
@@ -57,19 +58,21 @@ LiveStatus StatusBoard::status() const {
 
 std::uint64_t StatusBoard::wantReload(bool accept) {
   const std::lock_guard lock(m_mutex);
-  m_wish.accept = m_wish.accept || accept;
-  return ++m_wish.number;
+  ++m_wished;
+  if (accept) m_accepted = m_wished;
+  return m_wished;
 }
 
 LivePolicies::Reload StatusBoard::waitForReload(std::uint64_t number, std::chrono::milliseconds limit) const {
   std::unique_lock lock(m_mutex);
-  const bool isDone = m_changed.wait_for(lock, limit, [this, number] { return m_fulfilled >= number; });
+  const bool isDone =
+      m_changed.wait_for(lock, std::min(limit, kLongestWait), [this, number] { return m_fulfilled >= number; });
   return isDone ? m_result : LivePolicies::Reload::kPending;
 }
 
 bool StatusBoard::waitForSnapshot(std::chrono::milliseconds limit) const {
   std::unique_lock lock(m_mutex);
-  return m_changed.wait_for(lock, limit, [this] { return m_hasSnapshot.load(); });
+  return m_changed.wait_for(lock, std::min(limit, kLongestWait), [this] { return m_hasSnapshot.load(); });
 }
 
 }  // namespace zrlive

@@ -53,8 +53,7 @@ class StatusBoard {
   mutable std::mutex m_mutex;
   mutable std::condition_variable m_changed;
   LiveStatus m_status;
-  ReloadWish m_wish;
-  std::uint64_t m_fulfilled = 0;
+  std::uint64_t m_wished = 0, m_accepted = 0, m_fulfilled = 0;  // numbers of wishes: the last one of each kind
   LivePolicies::Reload m_result = LivePolicies::Reload::kPending;
 };
 

@@ -10,6 +10,8 @@
 namespace zrlive {
 
 using Clock = std::chrono::steady_clock;
+// What may be added to any time without leaving the range of clocks.
+inline constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(24 * 365 * 10);
 
 // What a thread sleeps on until something is to be done.
 class Bell {

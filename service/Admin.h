@@ -24,7 +24,7 @@ namespace zrservice {
 //
 // Everything else is refused with a JSON document {"error": TEXT}: 403 for what a page in a browser could have sent (an
 // Origin, or a Host that is not this machine's), 404, 405, 411 without a length, 413 beyond 64 KiB, 415 for what is
-// packed.
+// packed, or a form of several parts.
 class Admin {
  public:
   // All must outlive it; the log may be null.

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "host/ask/Answer.h"
 #include "host/base/HostError.h"
@@ -44,6 +45,21 @@ bool switchOf(const ordered_json& json, const char* name) {
   if (found == json.end()) return false;
   if (!found->is_boolean()) refuse(std::string("'") + name + "' is neither true nor false");
   return found->get<bool>();
+}
+
+// Of a member that stands twice, JSON would take the second without a word.
+ordered_json parseObject(std::string_view body) {
+  std::set<std::string> names;
+  std::string twice;
+  const auto note = [&](int depth, ordered_json::parse_event_t event, const ordered_json& value) {
+    const bool isMember = event == ordered_json::parse_event_t::key && depth == 1;
+    if (isMember && !names.insert(value.get<std::string>()).second) twice = value.get<std::string>();
+    return true;
+  };
+  ordered_json json = ordered_json::parse(body, note, false);
+  if (!json.is_object()) refuse("no JSON object");
+  if (!twice.empty()) refuse("'" + twice + "' stands twice");
+  return json;
 }
 
 void requireMembers(const ordered_json& json) {
@@ -90,15 +106,14 @@ void addQuestions(const ordered_json& json, Asked& asked) {
   if (!found->is_array()) refuse("'questions' is no list");
   for (const ordered_json& each : *found) {
     const bool isPart = each.is_object() && each.contains("type") && each["type"].is_string() &&
-                        (!each.contains("key") || each["key"].is_string());
+                        (!each.contains("key") || each["key"].is_string()) && each.size() == 1 + each.count("key");
     if (!isPart) refuse("'questions' holds something other than {\"type\": TEXT, \"key\": TEXT}");
     addPart(each["type"].get<std::string>(), each.value("key", std::string()), asked);
   }
 }
 
 Asked parseAsked(std::string_view body) {
-  const ordered_json json = ordered_json::parse(body, nullptr, false);
-  if (!json.is_object()) refuse("no JSON object");
+  const ordered_json json = parseObject(body);
   requireMembers(json);
   Asked asked;
   addQuestions(json, asked);

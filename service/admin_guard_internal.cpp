@@ -29,10 +29,12 @@ bool isOwnHost(const std::string& host) {
   return isPort && isOwnName(name);
 }
 
-// What is packed may be a thousand times as long as it looks, and what comes in pieces has no length.
+// What is packed may be a thousand times as long as it looks, and what comes in pieces has no length. A form of several
+// parts is one that the HTTP library takes apart itself.
 Refusal refusalOfBody(const httplib::Request& request) {
   if (request.has_header("Transfer-Encoding")) return {411, "a body needs a Content-Length", {}};
   if (request.has_header("Content-Encoding")) return {415, "a body that is packed is not read", {}};
+  if (request.is_multipart_form_data()) return {415, "a form is not read; send JSON", {}};
   return {};
 }
 

@@ -127,7 +127,8 @@ void addStatus(Metrics& metrics, const zrlive::LiveStatus& status) {
   metrics.gauge("ready", "1 when answers are those of the policies.",
                 status.state == zrlive::LiveState::kReady ? 1 : 0);
   metrics.gauge("revision", "The revision that is answered from.", status.revision);
-  metrics.gauge("age_seconds", "Since the database last confirmed the policies.", secondsOf(status.age));
+  metrics.family("age_seconds", "gauge", "Since the database last confirmed the policies.");
+  if (status.hasAge) metrics.value("", secondsOf(status.age));
   metrics.gauge("links", "Links in use.", status.counts.links());
   metrics.gauge("refused_rows", "Rows that cannot be used.", status.counts.refusedRows);
   metrics.gauge("held_back", "1 while a new state waits to be accepted.", status.isHeldBack ? 1 : 0);
@@ -182,7 +183,9 @@ std::string AdminReport::metrics() const {
 
 std::string AdminReport::whyNotReady() const {
   if (status.state == zrlive::LiveState::kReady) return {};
-  const std::string why = status.lastError.empty() ? "" : ": " + status.lastError;
+  std::string why = status.lastError.empty() ? "" : ": " + status.lastError;
+  if (status.isHeldBack)
+    why += ": revision " + std::to_string(status.heldRevision) + " is held back: " + status.heldReason;
   return (status.state == zrlive::LiveState::kStale ? "the policies are too old" : "there are no policies yet") + why;
 }
 

@@ -85,6 +85,8 @@ std::optional<std::chrono::milliseconds> PolicyDatabase::standbyLag() {
   std::error_code ignored;
   if (!std::filesystem::exists(m_parts->statements() + kStatement, ignored)) return std::nullopt;
   Session session(*m_parts);
+  // Or the driver would leave one open until the connection is used again.
+  const Transaction transaction(session, "begin_read.sql", "end_read.sql");
   session.run(kStatement);
   if (!session.next()) return std::nullopt;
   Field lag;

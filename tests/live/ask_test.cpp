@@ -167,8 +167,9 @@ TEST(LiveOptionsCheck, NamesWhatCannotBe) {
     const char* text;
     std::function<void(LiveOptions&)> spoil;
   } cases[] = {
-      {"are both named", [](LiveOptions& options) { options.dataSource = "another"; }},
+      {"either a databaseFile or a dataSource", [](LiveOptions& options) { options.dataSource = "another"; }},
       {"between two polls", [](LiveOptions& options) { options.poll = std::chrono::milliseconds(0); }},
+      {"above ten years", [](LiveOptions& options) { options.maxAge = std::chrono::milliseconds::max(); }},
       {"the state folder '/none'", [](LiveOptions& options) { options.stateFolder = "/none"; }},
       {"the SQL statement files in '/none'", [](LiveOptions& options) { options.sqlDirectory = "/none"; }},
   };

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "live/live_test_support.h"
+#include "live/status_board_internal.h"
 
 using testing::HasSubstr;
 
@@ -101,6 +102,15 @@ TEST_P(LiveCurrent, AStateThatLooksLikeAMistakeWaitsForAWordOrForBecomingSound) 
     EXPECT_TRUE(comesTrue([&] { return policies.lease()->counts().links() == links; })) << "sound again";
     EXPECT_TRUE(comesTrue([&] { return !policies.status().isHeldBack; }));
   }
+}
+
+TEST(LiveReload, AnAcceptHoldsForNoReloadThatWasAskedForWhileItsOwnWasUnderWay) {
+  zrlive::StatusBoard board(std::chrono::milliseconds(0));
+  board.wantReload(true);
+  const zrlive::ReloadWish first = board.wish();
+  board.wantReload(false);
+  board.fulfil(first, LivePolicies::Reload::kLoaded);
+  EXPECT_EQ(std::make_pair(first.accept, board.wish().accept), std::make_pair(true, false));
 }
 
 TEST_P(LiveCurrent, WhatTheDatabaseDoesNotConfirmBecomesStale) {

@@ -82,6 +82,16 @@ class Replica : public testing::Test {
   std::optional<PostgresServer> primary, standby;
 };
 
+TEST_F(Replica, ThatToldItsLagIsLeftWithoutATransaction) {
+  zrhost::DatabaseOptions options;
+  options.dsn = "nearest";
+  options.user = PostgresServer::kUser;
+  options.sqlDirectory = ZR_TEST_SCHEMA;
+  zrhost::PolicyDatabase database(options);
+  EXPECT_TRUE(waitFor([&] { return database.standbyLag().has_value(); }));
+  EXPECT_EQ(standby->run("postgres", "SELECT count(*) FROM pg_stat_activity WHERE state LIKE 'idle in trans%'"), "0\n");
+}
+
 TEST_F(Replica, StandbyThatTakesOverGoesOnAnsweringWithoutAWrongWord) {
   zrlive::LivePolicies nearest(optionsFor("nearest")), writable(optionsFor("writable"));
   for (zrlive::LivePolicies* policies : {&nearest, &writable}) {

@@ -117,8 +117,9 @@ TEST_F(AdminTest, AnswersAndExplains) {
   EXPECT_EQ(answer["explain"]["questions"][0]["links"][0]["link_id"], 1);
   EXPECT_EQ(ask({{"user", {"john@example.org"}}, {"members", true}})["results"].size(), 5U);
   EXPECT_EQ(ask({{"user", {"nobody"}}})["action"], m_options.service.noMatchAction);
-  for (const char* const faulty : {"", "[]", "{}", R"({"usr":["x"]})", R"({"user":"x"})", R"({"user":[1]})",
-                                   R"({"address":["::1"]})", R"({"default":1})", R"({"user":[""]})"})
+  for (const char* const faulty :
+       {"", "[]", "{}", R"({"usr":["x"]})", R"({"user":"x"})", R"({"user":[1]})", R"({"address":["::1"]})",
+        R"({"default":1})", R"({"user":[""]})", R"({"user":["x"],"user":["y"]})"})
     EXPECT_THAT(replyTo("POST /ask HTTP/1.1\r\n", faulty),
                 testing::AllOf(StartsWith("HTTP/1.1 400 "), HasSubstr("{\"error\":")))
         << faulty;
@@ -147,6 +148,8 @@ TEST_F(AdminTest, RefusesWhatAPageCouldSendAndWhatIsNotServed) {
       {"POST /ask HTTP/1.1\r\n" + host + "Content-Length: 70000\r\n\r\n" + many, 413},
       {"POST /ask HTTP/1.1\r\n" + host + "Transfer-Encoding: chunked\r\n\r\n", 411},
       {"POST /ask HTTP/1.1\r\n" + host + "Content-Encoding: gzip\r\nContent-Length: 1\r\n\r\nx", 415},
+      {"POST /ask HTTP/1.1\r\n" + host + "Content-Type: multipart/form-data; boundary=x\r\nContent-Length: 1\r\n\r\nx",
+       415},
       {"GET /" + many + " HTTP/1.1\r\n" + host + "\r\n", 414},
       {"GET /status HTTP/1.1\r\n" + host + "X: " + many + "\r\n\r\n", 400},
       {"nonsense\r\n\r\n", 400}};
