@@ -224,8 +224,8 @@ void Running::tellAndReload(bool isReady) {
   if (isReady) tellManager("READY=1");
 }
 
-// Until a signal ends it. Who asks before there are policies waits for them a moment, so that a restart puts no mail off.
-// It counts as ready when there are policies to answer from, or when there will be none soon.
+// Until a signal ends it. Who asks before there are policies waits for them a moment, so that a restart puts off no
+// mail. It counts as ready when there are policies to answer from, or when there will be none soon.
 void Running::serve(const Signals& signals) {
   using Clock = std::chrono::steady_clock;
   const auto start = Clock::now();

@@ -109,7 +109,8 @@ TEST_F(SocketsTest, HaveTheModeAndGroupOfTheSettings) {
   }
   EXPECT_EQ(end(), 0);
   configure("socket_group = daemon");
-  EXPECT_THAT(failure([] { prctl(PR_CAPBSET_DROP, CAP_CHOWN); }), AllOf(StartsWith("64 "), HasSubstr("not in this group")));
+  EXPECT_THAT(failure([] { prctl(PR_CAPBSET_DROP, CAP_CHOWN); }),
+              AllOf(StartsWith("64 "), HasSubstr("not in this group")));
 }
 
 TEST_F(SocketsTest, ListenOnPortsOfTheLoopback) {
