@@ -93,8 +93,12 @@ std::string reasonOf(httplib::Error error, int why) {
 
 AdminReply replyOf(const httplib::Result& result, const std::string& address, int why) {
   if (result) return {result->status, result->body};
-  throw HostError(ErrorKind::kUnreachable, "no service answers at " + zrhost::terminalText(address) + ": " +
-                                               reasonOf(result.error(), why) + "; is zrpolicyd running?");
+  const std::string where = zrhost::terminalText(address), reason = reasonOf(result.error(), why);
+  if (result.error() == httplib::Error::Connection && why == EACCES)
+    throw HostError(ErrorKind::kUnreachable, "cannot ask the service at " + where + ": " + reason +
+                                                 "; see socket_mode and socket_group in zrpolicy.conf(5)");
+  throw HostError(ErrorKind::kUnreachable,
+                  "no service answers at " + where + ": " + reason + "; is zrpolicyd running?");
 }
 
 }  // namespace

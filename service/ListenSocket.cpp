@@ -183,6 +183,13 @@ void ListenSocket::fail(const std::string& doing) const {
   throw HostError(ErrorKind::kInputOutput, "cannot " + doing + " " + m_text + ": " + std::strerror(errno));
 }
 
+// Who starts it again does not help a user who may not give a socket to that group.
+void ListenSocket::failToGive(const zrhost::ServiceSection& settings) const {
+  if (errno == EPERM && !settings.socketGroup.empty())
+    refuse("[service] socket_group", settings.socketGroup, "the service's user is not in this group");
+  fail("give its user and group to");
+}
+
 // What stands at the path is replaced only when it is a socket that nobody serves.
 void ListenSocket::takePlace(const std::string& path, const sockaddr_un& address) const {
   struct stat status {};
@@ -204,7 +211,7 @@ void ListenSocket::listenOnFile(const std::string& path, const zrhost::ServiceSe
   if (!m_descriptor || bind(m_descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
     fail("listen on");
   rememberFile(path);
-  if (!giveTo(path, identityToTake(settings.user), groupOf(settings))) fail("give its user and group to");
+  if (!giveTo(path, identityToTake(settings.user), groupOf(settings))) failToGive(settings);
   if (chmod(path.c_str(), modeOf(settings)) != 0) fail("set the permissions of");
   if (listen(m_descriptor.get(), kBacklog) != 0) fail("listen on");
 }

@@ -31,8 +31,9 @@ class ListenSocket {
   // Takes over a descriptor that listens already.
   ListenSocket(int descriptor, std::string text);
   // Listens. A socket file that nobody listens on any more is replaced; one that root makes belongs to the user whom
-  // the service becomes. Throws HostError kUnreachable when somebody
-  // listens there, kInputOutput for a file that is no socket and for everything that the system refuses.
+  // the service becomes. Throws HostError kUnreachable when somebody listens there, kUsage when the group of the
+  // settings is none that it may give a socket to, kInputOutput for a file that is no socket and for everything that
+  // the system refuses.
   ListenSocket(const ListenAddress& where, const zrhost::ServiceSection& settings);
   ~ListenSocket();
   ListenSocket(ListenSocket&& other) noexcept;
@@ -53,6 +54,7 @@ class ListenSocket {
   void rememberFile(const std::string& path);
   void listenOnPort(const ListenAddress& where);
   [[noreturn]] void fail(const std::string& doing) const;
+  [[noreturn]] void failToGive(const zrhost::ServiceSection& settings) const;
 
   zrhost::FileDescriptor m_descriptor;
   std::string m_text;

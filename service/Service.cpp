@@ -33,6 +33,7 @@ using zrhost::Options;
 constexpr int kLeastLogLevel = PolicyLog::LEVEL_WARNING;  // a service that says nothing of its faults helps nobody
 constexpr int kMostThreads = 4;
 constexpr seconds kLongestStart{5};
+constexpr seconds kLongestSilence{2};  // shorter than any mail server waits for an answer
 constexpr timespec kMoment{0, 10'000'000};
 
 int threadsOf(const zrhost::ServiceSection& service) {
@@ -78,6 +79,7 @@ class Running {
   void reload();
   void applyLogLevel() const { zrhost::setLogLevel(std::max(options().log.level, kLeastLogLevel)); }
   void readAgain();
+  void tellAndReload(bool isReady);
   void serve(const Signals& signals);
   std::optional<int> drain(const Signals& signals);
   void end(const Signals& signals);
@@ -104,7 +106,6 @@ void Running::start(Sockets sockets) {
   for (ListenSocket& socket : sockets.admin)
     m_admin->listen(std::move(socket));
   m_policies->start();
-  m_server->start();
   m_admin->start();
 }
 
@@ -130,21 +131,34 @@ void Running::reload() {
   }
 }
 
-// Until a signal ends it. It counts as ready when there are policies to answer from, or when there will be none soon.
+void Running::tellAndReload(bool isReady) {
+  tellManagerOfReload();
+  reload();
+  if (isReady) tellManager("READY=1");
+}
+
+// Until a signal ends it. Who asks before there are policies waits for them a moment, so that a restart puts off no
+// mail. It counts as ready when there are policies to answer from, or when there will be none soon.
 void Running::serve(const Signals& signals) {
   using Clock = std::chrono::steady_clock;
-  const auto readyAt = Clock::now() + kLongestStart;
-  for (bool isReady = false;;) {
-    if (!isReady && (m_policies->lease() != nullptr || Clock::now() >= readyAt)) {
+  const auto start = Clock::now();
+  for (bool isServing = false, isReady = false;;) {
+    const bool hasPolicies = isReady || m_policies->lease() != nullptr;
+    const auto waited = Clock::now() - start;
+    if (!isServing && (hasPolicies || waited >= kLongestSilence)) {
+      m_server->start();
+      isServing = true;
+    }
+    if (!isReady && (hasPolicies || waited >= kLongestStart)) {
       tellManager("READY=1");
       isReady = true;
     }
     const int number = isReady ? signals.wait() : signals.waitFor(kMoment).value_or(0);
-    if (Signals::meansEnd(number)) return;
-    if (number != SIGHUP) continue;
-    tellManagerOfReload();
-    reload();
-    if (isReady) tellManager("READY=1");
+    if (Signals::meansEnd(number)) {
+      if (!isServing) m_server->start();  // what has been asked is answered
+      return;
+    }
+    if (number == SIGHUP) tellAndReload(isReady);
   }
 }
 

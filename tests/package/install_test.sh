@@ -9,6 +9,8 @@ trap 'rm -rf "$folder"' EXIT
 prefix=$folder/prefix
 
 cmake --install "$build_folder" --prefix "$prefix" >/dev/null
+started=$(sed -n 's/^ExecStart=//p' "$prefix/lib/systemd/system/zrpolicyd.service")
+[ -x "$started" ] || { echo "the unit starts what is not there: $started"; exit 1; }
 
 cmake -S "$source_folder/examples" -B "$folder/by-cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Debug >/dev/null
 cmake --build "$folder/by-cmake" >/dev/null
