@@ -91,7 +91,8 @@ class ZR_EXPORT LivePolicies {
   static LiveStatus check(const LiveOptions& options);
 
   // Up to which level libzrpolicy.so tells the process's log sink what it does (PolicyLog::ms_level). It is kTrace
-  // unless somebody sets it, at which every lookup is told, the password of a connection too: a service wants kError.
+  // unless somebody sets it, at which every lookup is told, the password of a connection too, and answers take several
+  // times as long: a service wants kError.
   static void setSinkLevel(LogLevel level) noexcept;
 
  private:
