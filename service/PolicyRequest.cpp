@@ -52,7 +52,6 @@ Found PolicyRequest::parse(std::string_view bytes) {
 
 // Most bytes mean nothing here: of sixty-four, those that do are found at once.
 Fault PolicyRequest::takeLines(std::string_view bytes) {
-  if (m_zero == kNone) m_zero = bytes.find('\0', m_seen);
   std::array<char, kBlock> rest;
   while (m_seen < bytes.size()) {
     const std::size_t start = m_seen, count = std::min(kBlock, bytes.size() - start);
@@ -63,6 +62,8 @@ Fault PolicyRequest::takeLines(std::string_view bytes) {
       block = rest.data();
     }
     m_seen += count;
+    const std::uint64_t zeros = placesOf('\0', block);
+    if (m_zero == kNone && zeros != 0) m_zero = start + static_cast<std::size_t>(std::countr_zero(zeros));
     if (const Fault fault = takeBlock(bytes, start, placesOf('\n', block), placesOf('=', block))) return fault;
     if (m_isWhole) return nullptr;
   }
