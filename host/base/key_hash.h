@@ -26,7 +26,8 @@ inline std::uint64_t hashKey(std::string_view key) {
   for (const char byte : key)
     rest = rest << 8U | static_cast<unsigned char>(byte);
   mix(rest);
-  return hash;
+  hash *= kFactor;  // the first bytes of the rest have reached but the high bits so far
+  return hash ^ hash >> 32U;
 }
 
 }  // namespace zrhost
