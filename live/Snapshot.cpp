@@ -105,6 +105,7 @@ void Snapshot::ask(const Question& question, Answer& answer) const {
   } catch (
       ...) {  // a question holds nothing that a lookup refuses: the library says in its own ways that memory ran out
     answer.m_results.clear();
+    work.results.cleanup();  // the next question begins with what it holds
     throw std::bad_alloc();
   }
 }
