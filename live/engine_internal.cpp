@@ -55,13 +55,13 @@ void Engine::run() {
 }
 
 void Engine::step(Time now) {
-  beginCleaning();
   raiseStarved();
   takeKept(now);
   takeOutcome(now);
   giveUpSilentLoader(now);
   endStandingLoaders();
   answerFromLastGood(now);
+  beginCleaning();  // of what has just been replaced, too, before a task asks whether it goes on
   beginTask(now);
   beginKeeping(now);
 }
