@@ -142,6 +142,7 @@ std::shared_ptr<const zrhost::Snapshot> LastGoodFile::load(LastGoodState& state,
   SummedSource source(rows, pulse);
   zrhost::LoadOptions how;
   how.logs = false;
+  how.indexLinks = true;
   auto snapshot = zrhost::Snapshot::load(source, how);
   const auto found = std::find_if(m_states.begin(), m_states.end(),
                                   [&source](const LastGoodState& each) { return each.rows == source.sum(); });
