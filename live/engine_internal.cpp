@@ -72,7 +72,7 @@ void Engine::beginCleaning() {
 }
 
 void Engine::raiseStarved() {
-  if (m_loader) m_loader->raiseIfStarved();
+  if (m_loader && m_loader->raiseIfStarved()) giveUpStarvedLoader();
   if (m_keeper) m_keeper->raiseIfStarved();
   m_cleaner->raiseIfStarved();
 }

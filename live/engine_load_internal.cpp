@@ -33,7 +33,7 @@ void Engine::beginTask(Time now) {
   const bool isFirst = m_source == LiveSource::kNone && !m_held && !m_kept;
   m_task = {m_isLoadDue || m_taskWish.number != 0 || isFirst, now >= m_nextLag, Worker::Haste::kOrdinary};
   // The first load is waited for.
-  if (m_task.load && m_source != LiveSource::kNone) m_task.haste = Worker::Haste::kNone;
+  if (m_task.load && m_source != LiveSource::kNone && !m_hurries) m_task.haste = Worker::Haste::kNoneAtAll;
   if (m_task.tellLag) m_nextLag = now + kLagPause;
   m_board.change([this](LiveStatus& status) { status.isLoading = m_task.load; });
   m_loader->begin(m_task);
@@ -82,7 +82,7 @@ void Engine::onLooked(Time now, const LoadOutcome& outcome) {
 
 void Engine::onLoaded(Time now, LoadOutcome& outcome) {
   m_loadEnd = now;
-  m_isLoadDue = false;
+  m_isLoadDue = m_hurries = false;
   for (const std::string& row : outcome.refused)
     log(LogLevel::kWarning, "left out: " + row);
   if (const auto refused = outcome.snapshot->report().refused; refused > outcome.refused.size()) {
@@ -143,6 +143,15 @@ void Engine::giveUpSilentLoader(Time now) {
     status.loadersStanding = static_cast<unsigned>(m_standing.size());
   });
   onFailure(now, {LiveError::Kind::kUnreachable, silenceText(m_options)});
+}
+
+// It ends by itself, with the next row. The task is as due as before.
+void Engine::giveUpStarvedLoader() {
+  if (!m_loader->hasTask() || m_loader->isDone()) return;
+  log(LogLevel::kInfo, "the load gets no time of a processor, and begins anew, more urgent");
+  m_hurries = true;
+  m_loader->stop();
+  m_standing.push_back(std::move(m_loader));
 }
 
 void Engine::endStandingLoaders() {

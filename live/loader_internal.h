@@ -53,7 +53,8 @@ class Loader {
   // For how long it has been waiting for the database without a word, but for the time that connecting may take. To be
   // called now and then: silence counts from the first call that finds no change.
   Clock::duration silence(Clock::time_point now);
-  void raiseIfStarved() noexcept { m_worker.raiseIfStarved(); }
+  // Answers true when its task is to be given up, and begun anew by another.
+  bool raiseIfStarved() noexcept { return m_worker.raiseIfStarved(); }
   // Makes it end its task as soon as the database says something.
   void stop();
 

@@ -27,7 +27,7 @@ void setNice(int nice) noexcept {
 }  // namespace
 
 // Tried by a thread that can be lost: limits and privileges are of more kinds than can be asked for.
-bool Urgency::canComeBack() const noexcept {
+bool Urgency::triesComingBack() const noexcept {
   bool isBack = false;
   try {
     zrhost::quietThread([&isBack, nice = m_nice] {
@@ -43,12 +43,19 @@ void Urgency::begin() noexcept {
   m_thread = gettid();
   setNice(m_nice);
   Times times;
-  m_mayRest = m_nice > 0 && read(times) && canComeBack();
+  m_canTell = m_nice > 0 && read(times);
+  m_canComeBack = m_canTell && triesComingBack();
+}
+
+bool Urgency::mayRest() noexcept {
+  return m_canTell && !m_isAwaited && !m_wasStarved.exchange(false);
 }
 
 void Urgency::beginResting() noexcept {
+  m_thread = gettid();
+  setNice(m_nice);
   Times times;
-  if (!m_mayRest || m_isAwaited || m_wasStarved.exchange(false) || !read(times)) return;
+  if (!read(times)) return;
   m_ranBefore = times.ran;
   m_waitedBefore = times.waited;
   m_isResting = setPolicy(0, SCHED_IDLE);
@@ -59,13 +66,13 @@ void Urgency::endResting() noexcept {
   if (m_isResting.exchange(false)) setPolicy(0, SCHED_OTHER);
 }
 
-void Urgency::raiseIfStarved() noexcept {
+bool Urgency::raiseIfStarved() noexcept {
   Times times;
-  if (!m_isResting || !read(times)) return;
+  if (!m_isResting || !read(times)) return false;
   const unsigned long long ran = times.ran - m_ranBefore, waited = times.waited - m_waitedBefore;
-  if (waited < kLongestWait || waited < ran || !m_isResting.exchange(false)) return;
+  if (waited < kLongestWait || waited < ran || !m_isResting.exchange(false)) return false;
   m_wasStarved = true;
-  setPolicy(m_thread, SCHED_OTHER);
+  return !setPolicy(m_thread, SCHED_OTHER);
 }
 
 void Urgency::raise() noexcept {

@@ -1,5 +1,6 @@
 #include "live/worker_internal.h"
 
+#include <system_error>
 #include <utility>
 
 #include "host/base/quiet_thread.h"
@@ -62,12 +63,29 @@ bool Worker::isBusy() const {
   return m_desk->isBusy;
 }
 
-void Worker::raiseIfStarved() noexcept {
-  m_desk->urgency.raiseIfStarved();
+bool Worker::raiseIfStarved() noexcept {
+  return m_desk->urgency.raiseIfStarved();
 }
 
 void Worker::raise() noexcept {
   m_desk->urgency.raise();
+}
+
+// A thread that cannot come back from resting is one of its own.
+void Worker::doJob(Desk& desk) {
+  const bool rests = desk.haste != Haste::kOrdinary && desk.urgency.mayRest();
+  const auto rest = [&desk] {
+    desk.urgency.beginResting();
+    desk.job();
+    desk.urgency.endResting();
+  };
+  if (rests && desk.urgency.canComeBack()) return rest();
+  std::thread own;
+  try {
+    if (rests && desk.haste == Haste::kNoneAtAll) own = zrhost::quietThread(rest);
+  } catch (const std::system_error&) {  // no thread
+  }
+  own.joinable() ? own.join() : desk.job();
 }
 
 void Worker::work(Desk& desk) {
@@ -77,10 +95,8 @@ void Worker::work(Desk& desk) {
     desk.posted.wait(lock, [&desk] { return desk.end || desk.isBusy; });
     if (!desk.isBusy) return;
     lock.unlock();
-    if (desk.haste == Haste::kNone) desk.urgency.beginResting();
-    desk.job();
+    doJob(desk);
     desk.job = nullptr;  // what it owned is freed before the worker counts as idle
-    desk.urgency.endResting();
     lock.lock();
     desk.isBusy = false;
     desk.bell->ring();

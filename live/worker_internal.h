@@ -36,20 +36,22 @@ class Worker {
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
-  // How soon a job is to be done: one that takes long and that nobody waits for stands back behind everything else.
-  enum class Haste { kOrdinary, kNone };
+  // How soon a job is to be done: one that takes long and that nobody waits for stands back behind everything else,
+  // where it can come back from that, or always when it may be given up for lost.
+  enum class Haste { kOrdinary, kNone, kNoneAtAll };
   // Has the thread do a job, which must not throw; only while it is not busy.
   void post(std::function<void()> job, Haste haste = Haste::kOrdinary);
   // What a job wrote can be read once it is not busy any more.
   bool isBusy() const;
 
-  // See Urgency.
-  void raiseIfStarved() noexcept;
+  // See Urgency. Answers true for a job that is to be given up.
+  bool raiseIfStarved() noexcept;
   void raise() noexcept;
 
  private:
   struct Desk;
   static void work(Desk& desk);
+  static void doJob(Desk& desk);
 
   std::shared_ptr<Desk> m_desk;
   std::thread m_thread;

@@ -31,7 +31,7 @@ void become(const Identity& identity) {
   const auto [name, user, group] = identity;
   const auto limit = static_cast<rlim_t>(20 - zrlive::LiveOptions().nice);
   const rlimit nice{limit, limit};
-  setrlimit(RLIMIT_NICE, &nice);  // without it, loading gives way more slowly
+  setrlimit(RLIMIT_NICE, &nice);  // without it, a load that gets no processor has to begin anew
   if (initgroups(name.c_str(), group) != 0 || setresgid(group, group, group) != 0 || setresuid(user, user, user) != 0 ||
       setuid(0) == 0)
     throw HostError(ErrorKind::kInputOutput,
