@@ -1,6 +1,6 @@
 #include "live/worker_internal.h"
 
-#include <system_error>
+#include <exception>
 #include <utility>
 
 #include "host/base/quiet_thread.h"
@@ -83,7 +83,7 @@ void Worker::doJob(Desk& desk) {
   std::thread own;
   try {
     if (rests && desk.haste == Haste::kNoneAtAll) own = zrhost::quietThread(rest);
-  } catch (const std::system_error&) {  // no thread
+  } catch (const std::exception&) {  // no thread, or no memory for one
   }
   own.joinable() ? own.join() : desk.job();
 }
