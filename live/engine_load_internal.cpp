@@ -32,8 +32,9 @@ void Engine::beginTask(Time now) {
   // At the start a look comes first where it can tell that the last good state is as good as the database.
   const bool isFirst = m_source == LiveSource::kNone && !m_held && !m_kept;
   m_task = {m_isLoadDue || m_taskWish.number != 0 || isFirst, now >= m_nextLag, Worker::Haste::kOrdinary};
-  // The first load is waited for.
-  if (m_task.load && m_source != LiveSource::kNone && !m_hurries) m_task.haste = Worker::Haste::kNoneAtAll;
+  // The first load is waited for, and so is one that somebody wishes.
+  const bool isAwaited = m_source == LiveSource::kNone || m_taskWish.number != 0;
+  if (m_task.load && !isAwaited && !m_hurries) m_task.haste = Worker::Haste::kNoneAtAll;
   if (m_task.tellLag) m_nextLag = now + kLagPause;
   m_board.change([this](LiveStatus& status) { status.isLoading = m_task.load; });
   m_loader->begin(m_task);
@@ -152,6 +153,10 @@ void Engine::giveUpStarvedLoader() {
   m_hurries = true;
   m_loader->stop();
   m_standing.push_back(std::move(m_loader));
+  m_board.change([this](LiveStatus& status) {
+    status.isLoading = false;
+    status.loadersStanding = static_cast<unsigned>(m_standing.size());
+  });
 }
 
 void Engine::endStandingLoaders() {
