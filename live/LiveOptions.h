@@ -40,8 +40,9 @@ struct LiveOptions {
   Milliseconds maxAge{0};  // the age from which the policies are stale; 0: they never are
 
   // The threads that load and write are made less urgent by so much (nice(2)), so that they never delay an answer where
-  // processors are short. They run only while nothing else wants the processor (SCHED_IDLE) where the process may end
-  // that again, by privilege or an RLIMIT_NICE of at least 20 - nice, and end it when they had to wait for too long.
+  // processors are short. Once there are answers, they run only while nothing else wants the processor (SCHED_IDLE),
+  // and end that when they had to wait for too long. Where the process may not end it (that takes a privilege, or an
+  // RLIMIT_NICE of at least 20 - nice), only loads do so, and begin anew instead.
   int nice = 10;
 
   // Takes what the library has to tell, one line without a line break at a time, from threads of its own, one at a

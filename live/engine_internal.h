@@ -90,7 +90,7 @@ class Engine {
   std::vector<std::unique_ptr<Loader>> m_standing;
   LoadTask m_task;             // that the loader is at
   ReloadWish m_taskWish;       // that the task fulfils
-  bool m_hurries = false;       // a load got no processor
+  bool m_hurries = false;      // a load got no processor
   bool m_isLoadDue = false;    // the database has something else than what is lent
   Time m_nextLook, m_nextLag;  // earliest
   Time m_retryAt;              // no attempt earlier, unless somebody wishes it

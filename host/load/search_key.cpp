@@ -5,7 +5,6 @@
 #include <clocale>
 #include <cstdint>
 #include <cstring>
-#include <locale.h>
 #include <string_view>
 
 namespace zrhost {

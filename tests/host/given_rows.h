@@ -14,7 +14,7 @@ struct GivenRows : zrhost::RowSource {
   std::vector<zrhost::MemberRow> members;
 
   zrhost::Revision read(zrhost::RowSink& sink) override {
-    const zrhost::Revision revision{"e", 7, 2};
+    zrhost::Revision revision{"e", 7, 2};
     sink.onRevision(revision);
     const auto give = [&sink](auto rows, auto take) {
       for (auto& row : rows)

@@ -21,10 +21,7 @@ using Kind = Question::Kind;
 // What a part is asked for: names that are there, names in other cases, and some that are not.
 const std::vector<std::string> kNames[] = {
     {"john@example.org", "John@Example.ORG", "mary@example.org", "\xC3\xA9@x", "nobody@example.org"},
-    {"sales", "SALES", "engineering",
-     "\xC3\xBC"
-     "ber",
-     "none"},
+    {"sales", "SALES", "engineering", "\xC3\xBC\x62\x65r", "none"},
     {"relay1.example.org", "RELAY1.Example.Org", "no.example"},
     {"10.0.0.7", "10.0.0.255", "192.0.2.200", "0x0a.0.0.7"},
     {"POP3_Mail_Sender", "pop3_mail_sender", "nothing"},
