@@ -113,14 +113,8 @@ bool Answerer::takeQuestion(const SocketmapRequest& request) {
     if (map.name != request.map()) continue;
     m_question.clear();
     const std::string_view key = map.kind == Kind::kAddress ? withoutMapping(request.key()) : request.key();
-    const bool isAsked = map.kind == Kind::kAddress ? zrlive::Question::isAddress(key) : !key.empty();
-    if (map.kind == Kind::kDefault) {
-      m_question.addDefault();
-    } else if (isAsked) {
-      m_question.add(map.kind, key);
-    } else if (map.kind == Kind::kAddress && isIpv6(key)) {
-      addAlone(m_counters.ipv6Addresses);
-    }
+    const bool isAsked = m_question.tryAdd(map.kind, key);
+    if (!isAsked && map.kind == Kind::kAddress && isIpv6(key)) addAlone(m_counters.ipv6Addresses);
     return true;
   }
   return false;
