@@ -115,10 +115,6 @@ std::function<void()> LeaseSlots::drainer() const {
   return [retired = m_retired] { retired->drain(); };
 }
 
-void LeaseSlots::drain() noexcept {
-  m_retired->drain();
-}
-
 void LeaseSlots::close() noexcept {
   m_retired->close();
 }

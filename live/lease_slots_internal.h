@@ -19,7 +19,7 @@ class RetiredSnapshots;
 // side when all have left it, opens that one, and empties the other when all have left that. Each side is cut into
 // slots with counts and pointers of their own, so that threads on several processors do not share what they write to.
 //
-// Threads: lease by any number at once; publish, drain and close by one at a time.
+// Threads: lease by any number at once; publish and close by one at a time.
 class LeaseSlots {
  public:
   LeaseSlots();
@@ -33,8 +33,6 @@ class LeaseSlots {
   // Whether something has been retired; what frees it, which may outlive the slots.
   bool hasRetired() const noexcept;
   std::function<void()> drainer() const;
-  // Frees it here and now.
-  void drain() noexcept;
   // From now on the last holder frees a snapshot: nobody drains any more.
   void close() noexcept;
 

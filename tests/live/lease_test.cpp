@@ -31,11 +31,11 @@ TEST(Lease, OutlivesItsSnapshotsTimeAndLeavesTheFreeingToTheLoadersSide) {
   slots.publish(lent(std::move(loaded)));
   auto held = slots.lease();
   slots.publish(lent(oneAction("second")));
-  slots.drain();
+  slots.drainer()();
   EXPECT_FALSE(first.expired()) << "it is held";
   std::thread([&held] { held.reset(); }).join();
   EXPECT_FALSE(first.expired()) << "the last holder does not free it";
-  slots.drain();
+  slots.drainer()();
   EXPECT_TRUE(first.expired());
 }
 
@@ -79,12 +79,12 @@ TEST(Lease, IsTakenByManyThreadsWhileSnapshotsComeAndGo) {
     auto next = oneAction(std::to_string(round));
     loaded.push_back(next);
     slots.publish(lent(std::move(next)));
-    slots.drain();
+    slots.drainer()();
   }
   isRunning = false;
   for (std::thread& thread : threads)
     thread.join();
-  slots.drain();
+  slots.drainer()();
   EXPECT_EQ(wrong, 0) << "a snapshot that was gone, or one after a newer one";
   const auto alive = std::count_if(loaded.begin(), loaded.end(), [](const auto& each) { return !each.expired(); });
   EXPECT_EQ(alive, 1);
