@@ -46,6 +46,7 @@ class Engine {
   void beginCleaning();
   void raiseStarved();
   void giveUpStarvedLoader();
+  void leaveLoaderStanding();
   void finish();
   void log(LogLevel level, const std::string& text) const;
   void publish(std::unique_ptr<const Snapshot> snapshot);

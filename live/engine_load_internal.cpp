@@ -134,15 +134,19 @@ void Engine::onCurrent(Time now) {
   });
 }
 
-void Engine::giveUpSilentLoader(Time now) {
-  if (!m_loader || !m_loader->hasTask() || m_loader->isDone()) return;
-  if (m_loader->silence(now) <= m_options.readTimeout) return;
+void Engine::leaveLoaderStanding() {
   m_loader->stop();
   m_standing.push_back(std::move(m_loader));
   m_board.change([this](LiveStatus& status) {
     status.isLoading = false;
     status.loadersStanding = static_cast<unsigned>(m_standing.size());
   });
+}
+
+void Engine::giveUpSilentLoader(Time now) {
+  if (!m_loader || !m_loader->hasTask() || m_loader->isDone()) return;
+  if (m_loader->silence(now) <= m_options.readTimeout) return;
+  leaveLoaderStanding();
   onFailure(now, {LiveError::Kind::kUnreachable, silenceText(m_options)});
 }
 
@@ -151,12 +155,7 @@ void Engine::giveUpStarvedLoader() {
   if (!m_loader->hasTask() || m_loader->isDone()) return;
   log(LogLevel::kInfo, "the load gets no time of a processor, and begins anew, more urgent");
   m_hurries = true;
-  m_loader->stop();
-  m_standing.push_back(std::move(m_loader));
-  m_board.change([this](LiveStatus& status) {
-    status.isLoading = false;
-    status.loadersStanding = static_cast<unsigned>(m_standing.size());
-  });
+  leaveLoaderStanding();
 }
 
 void Engine::endStandingLoaders() {

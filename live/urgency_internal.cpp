@@ -12,7 +12,7 @@
 namespace zrlive {
 namespace {
 
-constexpr unsigned long long kLongestWait = 1'000'000'000;  // nanoseconds
+constexpr unsigned long long kMostWaiting = 1'000'000'000;  // nanoseconds
 
 bool setPolicy(pid_t thread, int policy) noexcept {
   const sched_param none{};
@@ -70,7 +70,7 @@ bool Urgency::raiseIfStarved() noexcept {
   Times times;
   if (!m_isResting || !read(times)) return false;
   const unsigned long long ran = times.ran - m_ranBefore, waited = times.waited - m_waitedBefore;
-  if (waited < kLongestWait || waited < ran || !m_isResting.exchange(false)) return false;
+  if (waited < kMostWaiting || waited < ran || !m_isResting.exchange(false)) return false;
   m_wasStarved = true;
   return !setPolicy(m_thread, SCHED_OTHER);
 }
