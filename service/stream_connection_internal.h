@@ -24,11 +24,22 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
 
   void start() { m_worker.isDraining() ? drain() : read(); }
 
-  void takeTurn() override {
+  void readForTurn() override {
     m_isWriting = false;
-    m_canReadAtOnce = true;
     m_reply.clear();
-    m_isClosing ? close() : serve();
+    if (m_isClosing) return close();
+    if (m_end > m_start || m_worker.isDraining()) return;  // there is more to answer first, or to be read otherwise
+    asio::error_code ignored;                              // the next read meets it again
+    const std::size_t size = m_socket.read_some(room(), ignored);
+    if (size > 0) arrive(size);
+  }
+
+  void answerForTurn() override {
+    if (m_socket.is_open()) answerRequests();
+  }
+
+  void endTurn() override {
+    if (m_socket.is_open()) goOn();
   }
 
   void checkTime(Clock::time_point now) override {
@@ -70,7 +81,6 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   }
 
   void read() {
-    if (std::exchange(m_canReadAtOnce, false) && readAtOnce()) return;
     m_isReading = true;
     m_socket.async_read_some(
         room(), [self = this->shared_from_this()](const asio::error_code& error, std::size_t size) {
@@ -81,17 +91,13 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
         });
   }
 
-  // Whether the next request had come already, which costs less to find out than to be told of.
-  bool readAtOnce() {
-    asio::error_code error;
-    const std::size_t size = m_socket.read_some(room(), error);
-    if (size > 0) take(size);
-    return size > 0;
+  void arrive(std::size_t size) {
+    m_isBeginning |= m_start == m_end;  // the first byte of a request
+    m_end += size;
   }
 
   void take(std::size_t size) {
-    m_isBeginning |= m_start == m_end;  // the first byte of a request
-    m_end += size;
+    arrive(size);
     serve();
   }
 
@@ -109,6 +115,11 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
 
   void serve() {
     answerRequests();
+    goOn();
+  }
+
+  // Behind the requests that had arrived.
+  void goOn() {
     if (!m_reply.empty()) return write();
     if (m_isClosing) return close();
     if (!m_worker.isDraining()) return read();
@@ -145,8 +156,8 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
     m_worker.answerer().refuse(m_request, m_reply);
   }
 
-  // Nearly always the system takes a reply as it is. What is next waits until the other connections have had their
-  // turn all the same: until then the next request may have come, which saves looking for it in vain.
+  // Nearly always the system takes a reply as it is. What is next waits for its turn all the same: until then the next
+  // request may have come, which saves looking for it in vain.
   void write() {
     m_isWriting = true;
     asio::error_code error;
@@ -173,8 +184,7 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   std::size_t m_start = 0, m_end = 0;  // of what has arrived and is not answered
   std::string m_reply;
   bool m_isOverLimit;
-  bool m_hasReadAll = false;     // of what had been sent when the end began
-  bool m_canReadAtOnce = false;  // it is its turn
+  bool m_hasReadAll = false;  // of what had been sent when the end began
   bool m_isReading = false;
   bool m_isWriting = false;
   bool m_isBeginning = false;

@@ -7,6 +7,7 @@
 #include <ctime>
 #include <list>
 #include <memory>
+#include <span>
 #include <thread>
 #include <vector>
 
@@ -32,8 +33,11 @@ class Worker;
 class Connection {
  public:
   virtual ~Connection() = default;
-  // Goes on where it was when it asked for a turn.
-  virtual void takeTurn() = 0;
+  // A turn, in three steps: reads what has come, answers it, and writes the replies or waits for more. Connections that
+  // are ready take each step together, see Worker::giveTurnsTo.
+  virtual void readForTurn() = 0;
+  virtual void answerForTurn() = 0;
+  virtual void endTurn() = 0;
   // Closes it when it has taken too long.
   virtual void checkTime(Clock::time_point now) = 0;
   // Answers what has arrived, and closes it unless a request is under way.
@@ -71,6 +75,7 @@ class Worker {
   void sweep();
   void postTurns();
   void giveTurns();
+  void giveTurnsTo(std::span<std::shared_ptr<Connection>> connections);
 
   asio::io_context m_context{1};
   Answerer m_answerer;
