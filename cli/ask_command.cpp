@@ -18,13 +18,13 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Kind = zrhost::QuestionPart::Kind;
 
-constexpr char kDescription[] =
+constexpr char kAskDescription[] =
     "Ask the running service which policies apply.\n"
     "Takes the questions of lookup, and answers from the policies that zrpolicyd answers mail servers from: what it "
     "thinks now, not what the database holds. A key is asked as it stands; the settings of [questions] have no part in "
     "it. Status 0 when a policy applies, 1 when none does, 69 when no service answers or it has no policies.\n";
 
-constexpr char kFooter[] =
+constexpr char kAskFooter[] =
     "JSON\n"
     "    That of zrpolicy lookup, and with --explain behind it a member \"explain\", that\n"
     "    of zrpolicy explain.\n"
@@ -122,8 +122,8 @@ int run(const CommandContext& context, const AskArguments& arguments) {
 }  // namespace
 
 void addAskCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("ask", kDescription);
-  command->footer(kFooter);
+  CLI::App* command = program.add_subcommand("ask", kAskDescription);
+  command->footer(kAskFooter);
   const auto arguments = std::make_shared<AskArguments>();
   addQuestionOptions(*command, arguments->asked);
   addAnswerOptions(*command, arguments->options);

@@ -16,7 +16,7 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kCheckDescription[] =
     "Find what is wrong with the policies.\n"
     "Examines every row of the policy database, or of a policy file (--file): what loading refuses, and what loads and "
     "yet cannot be meant, as a "
@@ -125,7 +125,7 @@ void addChoice(CLI::App& command, const char* name, std::string& value, const st
 }  // namespace
 
 void addCheckCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("check", kDescription);
+  CLI::App* command = program.add_subcommand("check", kCheckDescription);
   command->footer(footer());
   const auto arguments = std::make_shared<CheckArguments>();
   command

@@ -35,7 +35,7 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kProgramDescription[] =
     "Ask a mail site's policy database which policies apply.\n"
     "A policy database binds users, groups, host names, IPv4 addresses and other keys to policies, by links with "
     "priorities. The command creates such a database, loads it and answers questions from it. The database is an "
@@ -44,7 +44,7 @@ constexpr char kDescription[] =
     "Every option of the data source can also stand in a configuration file, see zrpolicy.conf(5). The password of a "
     "data source comes from a file (--password-file) or from the environment, never from the command line.\n";
 
-constexpr char kFooter[] =
+constexpr char kProgramFooter[] =
     "ENVIRONMENT\n"
     "    ZRPOLICY_CONFIG    the configuration file, when --config is not given\n"
     "    ZRPOLICY_PASSWORD  the password for --dsn, when --password-file is not given\n"
@@ -56,7 +56,7 @@ constexpr char kFooter[] =
 
 void addCommands(CLI::App& program, CommandContext& context) {
   program.name("zrpolicy");
-  program.footer(kFooter);
+  program.footer(kProgramFooter);
   program.formatter(std::make_shared<ManualFormatter>());
   program.set_help_flag("-h,--help", "Print this manual and leave. Each command has its own.");
   program.require_subcommand(0, 1);
@@ -111,7 +111,7 @@ int usageOf(const CLI::App& program) {
 
 int parseAndRun(int argc, char** argv) {
   CommandContext context;
-  CLI::App program(kDescription);
+  CLI::App program(kProgramDescription);
   addCommands(program, context);
   try {
     program.parse(reversedArguments(argc, argv));

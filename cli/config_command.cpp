@@ -20,7 +20,7 @@ using zrhost::terminalText;
 constexpr int kOk = 0;
 constexpr int kNothing = 1;  // not set, or findings
 
-constexpr char kDescription[] =
+constexpr char kConfigDescription[] =
     "Show, check and edit the settings.\n"
     "The settings stand in a configuration file, see zrpolicy.conf(5): the file of --config, else the one that the "
     "environment variable ZRPOLICY_CONFIG names, else /etc/zrpolicy/zrpolicy.conf when it is there.\n";
@@ -51,7 +51,7 @@ constexpr char kUnset[] =
     "Remove one setting from the file.\n"
     "Removes it wherever the file sets it, and leaves every other byte as it is.\n";
 
-constexpr char kFooter[] =
+constexpr char kConfigFooter[] =
     "EXAMPLES\n"
     "    zrpolicy config show database\n"
     "    zrpolicy config set database file /var/lib/zrpolicy/policy.db\n"
@@ -123,8 +123,8 @@ void addPlace(CLI::App& command, const std::shared_ptr<Arguments>& arguments) {
 }  // namespace
 
 void addConfigCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* config = program.add_subcommand("config", kDescription);
-  config->footer(kFooter);
+  CLI::App* config = program.add_subcommand("config", kConfigDescription);
+  config->footer(kConfigFooter);
   config->require_subcommand(0, 1);
   const auto arguments = std::make_shared<Arguments>();
 

@@ -15,7 +15,7 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kCopyDescription[] =
     "Copy the policies of another database.\n"
     "Makes the content of the policy database that of another one (--from-database, --from-dsn), in one transaction, "
     "as import --replace does with a file, and leaves every byte alone. Moving from an SQLite file to a server, and "
@@ -25,7 +25,7 @@ constexpr char kDescription[] =
     "What would take away more than a fifth of the links, or the last default policy, is refused (status 73), unless "
     "--allow-drop is given.\n";
 
-constexpr char kFooter[] =
+constexpr char kCopyFooter[] =
     "EXAMPLES\n"
     "    zrpolicy copy --from-database policies.db --dsn policies\n"
     "        From a file to the server.\n"
@@ -82,8 +82,8 @@ CLI::Option* addText(CLI::App& command, const char* name, std::string& value, co
 }  // namespace
 
 void addCopyCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("copy", kDescription);
-  command->footer(kFooter);
+  CLI::App* command = program.add_subcommand("copy", kCopyDescription);
+  command->footer(kCopyFooter);
   const auto arguments = std::make_shared<CopyArguments>();
   CLI::Option* file = addText(*command, "--from-database", arguments->from.file, "FILE",
                               "The SQLite file that the policies are copied from.");

@@ -16,7 +16,7 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kDiffDescription[] =
     "Show in what two states of the policies differ.\n"
     "A and B are each a policy database (an SQLite file), a data source (dsn:NAME) or a policy file: JSON Lines, a "
     "folder of CSV files, one CSV file, or - for standard input. Shows the rows that B has and A has not (+), that A "
@@ -28,7 +28,7 @@ constexpr char kDescription[] =
     "\n"
     "Status 0 when nothing differs, 1 when something does. --db-user and --password-file hold for each data source.\n";
 
-constexpr char kFooter[] =
+constexpr char kDiffFooter[] =
     "JSON\n"
     "    {\"rows\": [{\"table\": TEXT, \"key\": {COLUMN: VALUE},\n"
     "     \"change\": \"added\"|\"removed\"|\"changed\", \"before\": {COLUMN: VALUE},\n"
@@ -96,8 +96,8 @@ int diff(const CommandContext& context, const DiffArguments& arguments) {
 
 void addDiffCommand(CLI::App& program, CommandContext& context) {
   constexpr char kOutput[] = "Output";
-  CLI::App* command = program.add_subcommand("diff", kDescription);
-  command->footer(kFooter);
+  CLI::App* command = program.add_subcommand("diff", kDiffDescription);
+  command->footer(kDiffFooter);
   const auto arguments = std::make_shared<DiffArguments>();
   command->add_option("A", arguments->before, "What was before: a FILE, a FOLDER or dsn:NAME.")
       ->required()

@@ -17,7 +17,7 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kExplainDescription[] =
     "Tell why an answer is what it is.\n"
     "Takes the questions of lookup and shows each key as it is searched, every link that was met, in the order in "
     "which it was met, and what became of it: it counts; its policy has no rule of kind 247; its policy is in the "
@@ -30,7 +30,7 @@ constexpr char kDescription[] =
     "Status 0 when a policy applies, or with --policy when that one does, 1 when not. With --stdin, each line of "
     "standard input is a question, as lookup takes it, and is explained by one JSON document on a line of its own.\n";
 
-constexpr char kFooter[] =
+constexpr char kExplainFooter[] =
     "JSON\n"
     "    {\"questions\": [{\"type\": TEXT, \"key\": TEXT, \"searched\": TEXT, \"links\":\n"
     "     [{\"link_id\": N, \"policy_id\": N, \"priority\": N, \"entity_name\": TEXT,\n"
@@ -87,8 +87,8 @@ int explain(const CommandContext& context, const ExplainArguments& arguments) {
 }  // namespace
 
 void addExplainCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("explain", kDescription);
-  command->footer(kFooter);
+  CLI::App* command = program.add_subcommand("explain", kExplainDescription);
+  command->footer(kExplainFooter);
   const auto arguments = std::make_shared<ExplainArguments>();
   addQuestionOptions(*command, arguments->asked);
   command->add_option("--policy", arguments->policyId, "A policy: why it applies or not, and what comes near.")

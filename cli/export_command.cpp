@@ -13,7 +13,7 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kExportDescription[] =
     "Write the policies to a file.\n"
     "Writes all rows of one state of the policy database, sorted by their keys, to a policy file: JSON Lines, or a "
     "folder "
@@ -21,7 +21,7 @@ constexpr char kDescription[] =
     "file is written beside the old one and takes its place when it is whole, so a failure leaves the old one. Without "
     "a file, and with -, JSON Lines go to standard output.\n";
 
-constexpr char kFooter[] =
+constexpr char kExportFooter[] =
     "EXAMPLES\n"
     "    zrpolicy export --database sample.db policies.jsonl\n"
     "        All policies in a file for a version control system.\n"
@@ -61,8 +61,8 @@ int exportPolicies(const CommandContext& context, const ExportArguments& argumen
 }  // namespace
 
 void addExportCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("export", kDescription);
-  command->footer(kFooter);
+  CLI::App* command = program.add_subcommand("export", kExportDescription);
+  command->footer(kExportFooter);
   const auto arguments = std::make_shared<ExportArguments>();
   command
       ->add_option("FILE", arguments->path,

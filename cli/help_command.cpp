@@ -12,7 +12,7 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kHelpDescription[] =
     "Show the usage of a command.\n"
     "Lists what the program or one of its commands takes, a line or two each. The manual of a command is what its own "
     "--help prints.\n";
@@ -32,7 +32,7 @@ int help(const CLI::App& program, const std::vector<std::string>& words) {
 }  // namespace
 
 void addHelpCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("help", kDescription);
+  CLI::App* command = program.add_subcommand("help", kHelpDescription);
   const auto words = std::make_shared<std::vector<std::string>>();
   command->add_option("COMMAND", *words, "The command, and its own command.")->group("Arguments");
   command->callback([&program, &context, words] { context.run = [&program, words] { return help(program, *words); }; });

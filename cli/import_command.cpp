@@ -12,7 +12,7 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kImportDescription[] =
     "Bring policies in from a file.\n"
     "Reads a policy file, JSON Lines or CSV, see zrpolicy-file(5), and adds its rows to the policy database, or "
     "changes "
@@ -27,7 +27,7 @@ constexpr char kDescription[] =
     "unless --rejects names a file for them. So does what would take away more than a fifth of the links, or the last "
     "default policy (status 73), unless --allow-drop is given.\n";
 
-constexpr char kFooter[] =
+constexpr char kImportFooter[] =
     "EXAMPLES\n"
     "    zrpolicy import --database policies.db site.jsonl\n"
     "        Rows are added or changed by their keys.\n"
@@ -72,8 +72,8 @@ void addFlags(CLI::App& command, ImportArguments& arguments) {
 }  // namespace
 
 void addImportCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("import", kDescription);
-  command->footer(kFooter);
+  CLI::App* command = program.add_subcommand("import", kImportDescription);
+  command->footer(kImportFooter);
   const auto arguments = std::make_shared<ImportArguments>();
   command
       ->add_option("FILE", arguments->file,

@@ -10,7 +10,7 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kInitDescription[] =
     "Create a policy database.\n"
     "Creates the tables policy, policy_rule, ep_link, group_member and policy_revision, with the triggers that raise "
     "the revision at every change, in one transaction. An SQLite file that is missing is created, and put into WAL "
@@ -18,7 +18,7 @@ constexpr char kDescription[] =
     "\n"
     "A database that has any of these tables is left alone (status 73), unless --force or --upgrade is given.\n";
 
-constexpr char kFooter[] =
+constexpr char kInitFooter[] =
     "EXAMPLES\n"
     "    zrpolicy init --sample --database sample.db\n"
     "        A new SQLite file with policies of a small mail site to try things with.\n"
@@ -67,8 +67,8 @@ int init(const CommandContext& context, const Wish& wish) {
 }  // namespace
 
 void addInitCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("init", kDescription);
-  command->footer(kFooter);
+  CLI::App* command = program.add_subcommand("init", kInitDescription);
+  command->footer(kInitFooter);
   const auto wish = std::make_shared<Wish>();
   CLI::Option* sample =
       command

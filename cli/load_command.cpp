@@ -16,14 +16,14 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kLoadDescription[] =
     "Load the policy database and report.\n"
     "Loads the policies, rules, links and members of groups as a server would, and says how many of each there are, "
     "how many rows were "
     "left out, how long it took and how much memory the loaded process has. Each row that is left out is reported on "
     "standard error with its table, its key and the reason. On a terminal a progress bar shows that rows are coming.\n";
 
-constexpr char kFooter[] =
+constexpr char kLoadFooter[] =
     "EXAMPLES\n"
     "    zrpolicy load --database sample.db\n"
     "        What a policy database holds, and which of its rows are unusable.\n"
@@ -86,8 +86,8 @@ int load(const CommandContext& context) {
 }  // namespace
 
 void addLoadCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("load", kDescription);
-  command->footer(kFooter);
+  CLI::App* command = program.add_subcommand("load", kLoadDescription);
+  command->footer(kLoadFooter);
   addSettingOptions(*command, context);
   addStrictOption(*command, context);
   command->callback([&context] { context.run = [&context] { return load(context); }; });

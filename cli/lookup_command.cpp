@@ -12,7 +12,7 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kLookupDescription[] =
     "Ask which policies apply.\n"
     "Loads the policy database and prints the policies that apply to what is asked for, best first: ascending "
     "priority. A policy is listed once, by the first of its links that was found, so the order of the options counts. "
@@ -37,7 +37,7 @@ constexpr char kDescription[] =
     "them. The groups that were asked are asked again; with --with-groups those that the users are in now, in their "
     "place.\n";
 
-constexpr char kFooter[] =
+constexpr char kLookupFooter[] =
     "JSON\n"
     "    {\"generation\": G, \"revision\": R, \"results\": [{\"priority\": N,\n"
     "     \"policy_id\": N, \"policy_type\": N, \"policy_name\": TEXT,\n"
@@ -75,8 +75,8 @@ int lookup(const CommandContext& context, const Lookup& lookup) {
 }  // namespace
 
 void addLookupCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("lookup", kDescription);
-  command->footer(kFooter);
+  CLI::App* command = program.add_subcommand("lookup", kLookupDescription);
+  command->footer(kLookupFooter);
   const auto asked = std::make_shared<Lookup>();
   addQuestionOptions(*command, asked->asked);
   command

@@ -11,14 +11,14 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kReloadDescription[] =
     "Have the running service load the policies anew.\n"
     "It does so by itself when they change. What is held back, since it has less than half of the links or policies "
     "or lost the default policy, takes effect with --accept. Waits for the outcome up to eight seconds; a load that "
     "takes longer goes on. Status 0 when policies were loaded or the load goes on, 1 when they are held back, 69 when "
     "the load failed or no service answers.\n";
 
-constexpr char kFooter[] =
+constexpr char kReloadFooter[] =
     "EXAMPLES\n"
     "    zrpolicy reload --accept\n"
     "        Yes, most of the links are to go.\n";
@@ -50,8 +50,8 @@ int reload(const CommandContext& context, const ReloadArguments& arguments) {
 }  // namespace
 
 void addReloadCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("reload", kDescription);
-  command->footer(kFooter);
+  CLI::App* command = program.add_subcommand("reload", kReloadDescription);
+  command->footer(kReloadFooter);
   const auto arguments = std::make_shared<ReloadArguments>();
   command->add_flag("--accept", arguments->accept, "Whatever the policies are, they take effect.")->group("Service");
   addAdminOptions(*command, context, arguments->address);

@@ -14,13 +14,13 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr char kDescription[] =
+constexpr char kStatusDescription[] =
     "Tell how the running service stands.\n"
     "Asks zrpolicyd by its administration socket: whether it answers from current policies, which ones they are, and "
     "what it was asked. Status 0 when it is ready, 1 when its policies are too old or it has none, 69 when no service "
     "answers.\n";
 
-constexpr char kFooter[] =
+constexpr char kStatusFooter[] =
     "EXAMPLES\n"
     "    zrpolicy status\n"
     "        A line for each value.\n"
@@ -61,8 +61,8 @@ int status(const CommandContext& context, const StatusArguments& arguments) {
 }  // namespace
 
 void addStatusCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("status", kDescription);
-  command->footer(kFooter);
+  CLI::App* command = program.add_subcommand("status", kStatusDescription);
+  command->footer(kStatusFooter);
   const auto arguments = std::make_shared<StatusArguments>();
   command->add_flag("--json", arguments->json, "The service's own JSON document.")->group("Output");
   addAdminOptions(*command, context, arguments->address);

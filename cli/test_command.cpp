@@ -17,7 +17,7 @@ namespace zrcli {
 
 namespace {
 
-constexpr char kDescription[] =
+constexpr char kTestDescription[] =
     "Test that answers are as expected.\n"
     "Reads files of expectations, one a line: a question as lookup --stdin takes it, \" => \" and the IDs of the "
     "policies that must apply, in their order. \"20 ...\" expects policy 20 first and takes what follows, \"none\" "
@@ -29,7 +29,7 @@ constexpr char kDescription[] =
     "With --record, the files are written anew with the answers of today; what their lines expect may be missing, and "
     "comments stay.\n";
 
-constexpr char kFooter[] =
+constexpr char kTestFooter[] =
     "EXAMPLES\n"
     "    zrpolicy test --database policies.db site.expect\n"
     "        Whether the answers that must not change have stayed.\n"
@@ -107,8 +107,8 @@ int test(const CommandContext& context, const TestArguments& arguments) {
 }  // namespace
 
 void addTestCommand(CLI::App& program, CommandContext& context) {
-  CLI::App* command = program.add_subcommand("test", kDescription);
-  command->footer(kFooter);
+  CLI::App* command = program.add_subcommand("test", kTestDescription);
+  command->footer(kTestFooter);
   const auto arguments = std::make_shared<TestArguments>();
   command->add_option("FILE", arguments->files, "The files of expectations.")
       ->type_name("FILE")

@@ -5,21 +5,17 @@
 #include <utility>
 
 namespace zrlive {
-namespace {
-
-// A snapshot that was lent, and who still holds it: each slot has a count of its own, which counts as one here.
-struct Lent {
-  std::unique_ptr<const Snapshot> snapshot;
-  std::atomic<std::size_t> holders;
-  Lent* next = nullptr;
-};
-
-}  // namespace
-
 // A list that any thread puts onto by one exchange, and one thread takes as a whole: the last holder of a snapshot does
 // no more than that.
 class RetiredSnapshots {
  public:
+  // A snapshot that was lent, and who still holds it: each slot has a count of its own, which counts as one here.
+  struct Lent {
+    std::unique_ptr<const Snapshot> snapshot;
+    std::atomic<std::size_t> holders;
+    Lent* next = nullptr;
+  };
+
   ~RetiredSnapshots() { drain(); }
 
   void add(Lent* lent) noexcept {
@@ -50,7 +46,7 @@ namespace {
 
 // What a slot's pointer does when nobody holds it any more.
 struct Retire {
-  Lent* lent;
+  RetiredSnapshots::Lent* lent;
   std::shared_ptr<RetiredSnapshots> retired;
 
   void operator()(const Snapshot*) const noexcept {
@@ -85,7 +81,7 @@ void LeaseSlots::publish(std::unique_ptr<const Snapshot> snapshot) {
   Side& next = m_sides[1 - open];
   const Snapshot* const raw = snapshot.get();
   // One holder more than slots, until all are filled: when memory runs out, nothing is freed twice.
-  auto* const lent = new Lent{std::move(snapshot), kSlots + 1};
+  auto* const lent = new RetiredSnapshots::Lent{std::move(snapshot), kSlots + 1};
   std::array<std::shared_ptr<const Snapshot>, kSlots> pointers;
   const Retire retire{lent, m_retired};
   std::size_t made = 0;

@@ -70,7 +70,7 @@ struct CheckSink::Parts {
     if (group) checkName({"member's group", kGroup, *group}, *group, true, faults);
     if (member.userName) checkName({"member", kUser, *member.userName}, *member.userName, true, faults);
     if (isNewGroup && log.wants(FindingCode::kUnusedGroup) && !links.hasGroup(*group)) {
-      faults.push_back({FindingCode::kUnusedGroup, "no link names the group " + quoted(*group),
+      faults.push_back({FindingCode::kUnusedGroup, "no link names the group " + quotedText(*group),
                         "link it to a policy, or remove its members"});
     }
     if (isNewGroup) lastGroup = group;

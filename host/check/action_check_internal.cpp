@@ -125,7 +125,7 @@ std::string faultOf(const std::string& action, bool postfix) {
 void checkAction(const std::string& action, bool postfix, std::vector<Fault>& faults) {
   const std::string fault = faultOf(action, postfix);
   if (fault.empty()) return;
-  faults.push_back({FindingCode::kBadAction, "the action " + quoted(action) + " " + fault,
+  faults.push_back({FindingCode::kBadAction, "the action " + quotedText(action) + " " + fault,
                     postfix
                         ? "write one line that a Postfix policy reply can carry, as in 'DUNNO' or 'REJECT 5.7.1 text'"
                         : "write one line of at most " + std::to_string(kLongest) + " bytes"});

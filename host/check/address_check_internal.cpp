@@ -13,7 +13,7 @@
 namespace zrhost {
 namespace {
 
-constexpr const char* kName = "entity_name";
+constexpr const char* kEntityName = "entity_name";
 
 // The two sides of the tilde, or the one text where there is none, without the blanks around them.
 struct Sides {
@@ -32,11 +32,11 @@ std::string dotted(std::uint32_t networkOrder) {
 }
 
 std::vector<ColumnValue> nameBecomes(const std::string& name) {
-  return {{kName, name}};
+  return {{kEntityName, name}};
 }
 
 Fault odd(const std::string& text, const std::string& readAs, bool isSure) {
-  return {FindingCode::kOddAddress, quoted(text) + " is read as " + readAs, "write it as '" + readAs + "'",
+  return {FindingCode::kOddAddress, quotedText(text) + " is read as " + readAs, "write it as '" + readAs + "'",
           isSure ? nameBecomes(readAs) : std::vector<ColumnValue>{}};
 }
 
@@ -47,7 +47,7 @@ void checkRange(const std::string& text, const ZrEPLink& link, std::vector<Fault
   if (addressNumber(link.m_ipFrom) <= addressNumber(link.m_ipTo)) return;
   faults.push_back(
       {FindingCode::kReversedRange,
-       "the first address of the range " + quoted(text) + " is above the last, so that no address lies in it",
+       "the first address of the range " + quotedText(text) + " is above the last, so that no address lies in it",
        "write it as '" + last + kRangeSeparator + first + "' if that is meant"});
 }
 
@@ -70,7 +70,7 @@ void checkSingle(const std::string& text, const ZrEPLink& link, LinkJudge& judge
   if (sides.first.substr(0, sides.first.find_first_of(kBlanks)) != readAs) faults.push_back(odd(text, readAs, false));
   faults.push_back(
       {FindingCode::kSecondAddress,
-       "the single address " + quoted(text) + " has a second one, " + quoted(second) + ", which is ignored",
+       "the single address " + quotedText(text) + " has a second one, " + quotedText(second) + ", which is ignored",
        "make it a range of entity_type 5, or remove the second address"});
 }
 
@@ -83,8 +83,8 @@ std::optional<Fault> ofIpv6(const std::string& text, const Sides& sides) {
     std::uint32_t mapped = 0;
     std::memcpy(&mapped, address.s6_addr + 12, sizeof mapped);
     return Fault{
-        FindingCode::kBadAddress, quoted(text) + " holds an IPv6 address, and links name IPv4 addresses only",
-        IN6_IS_ADDR_V4MAPPED(&address) ? "write '" + dotted(mapped) + "' for " + quoted(word) : "remove the link"};
+        FindingCode::kBadAddress, quotedText(text) + " holds an IPv6 address, and links name IPv4 addresses only",
+        IN6_IS_ADDR_V4MAPPED(&address) ? "write '" + dotted(mapped) + "' for " + quotedText(word) : "remove the link"};
   }
   return std::nullopt;
 }
@@ -92,14 +92,14 @@ std::optional<Fault> ofIpv6(const std::string& text, const Sides& sides) {
 // A range of which only one side is there, and nothing else.
 Fault half(const std::string& text, std::string_view rest, const std::string& address) {
   const bool isSure = rest.find_first_of(kBlanks) == std::string_view::npos;
-  return {FindingCode::kHalfRange, "the range " + quoted(text) + " has only one address",
+  return {FindingCode::kHalfRange, "the range " + quotedText(text) + " has only one address",
           isSure ? "make it the single address '" + address + "' with entity_type 4, or write the other one"
                  : "write two addresses with ' ~ ' between them",
-          isSure ? std::vector<ColumnValue>{{"entity_type", "4"}, {kName, address}} : std::vector<ColumnValue>{}};
+          isSure ? std::vector<ColumnValue>{{"entity_type", "4"}, {kEntityName, address}} : std::vector<ColumnValue>{}};
 }
 
 Fault withoutBlanks(const std::string& text, const Sides& sides) {
-  return {FindingCode::kBadAddress, quoted(text) + " has no blanks around the tilde, so that it is no range",
+  return {FindingCode::kBadAddress, quotedText(text) + " has no blanks around the tilde, so that it is no range",
           "write it as '" + std::string(sides.first) + kRangeSeparator + std::string(sides.last) + "'"};
 }
 
@@ -111,7 +111,7 @@ std::vector<ColumnValue> linkBecomes(ZrPolicyCache::EntityType type, const Store
 
 // A text that loading refuses and that can yet mean one thing only.
 Fault otherForm(ZrPolicyCache::EntityType type, const std::string& text, const StoredAddress& stored) {
-  return {FindingCode::kBadAddress, quoted(text) + " is not in the form in which addresses and ranges are read",
+  return {FindingCode::kBadAddress, quotedText(text) + " is not in the form in which addresses and ranges are read",
           "write it as '" + stored.text + "' with entity_type " + std::to_string(stored.type),
           linkBecomes(type, stored)};
 }
@@ -124,10 +124,10 @@ bool isBroadcast(std::string_view text) {
 Fault bad(const std::string& text, const Sides& sides) {
   if (trimmed(text).empty()) return {FindingCode::kBadAddress, "there is no address", "write one, or remove the link"};
   if (isBroadcast(sides.first) || isBroadcast(sides.last)) {
-    return {FindingCode::kBadAddress, quoted(text) + " holds 255.255.255.255, which stands for no address",
+    return {FindingCode::kBadAddress, quotedText(text) + " holds 255.255.255.255, which stands for no address",
             "leave it out; a range may end at 255.255.255.254"};
   }
-  return {FindingCode::kBadAddress, quoted(text) + " is no IPv4 address that can be read",
+  return {FindingCode::kBadAddress, quotedText(text) + " is no IPv4 address that can be read",
           text.find('/') == std::string::npos
               ? "write addresses as in '10.0.0.1', ranges as in '10.0.0.1 ~ 10.0.0.9'"
               : "write a network as a range of entity_type 5, as in '10.0.0.0 ~ 10.0.0.255'"};
@@ -152,7 +152,8 @@ void explainRefusedAddress(ZrPolicyCache::EntityType type, const std::string& te
   const AddressMeaning meaning = meaningOfAddress(type, text);
   const bool isRange = meaning.stored && meaning.stored->type == ZrPolicyCache::IP_RANGE;
   if (!meaning.fault.empty()) {
-    faults.push_back({FindingCode::kBadAddress, quoted(text) + ' ' + meaning.fault, "correct it, or remove the link"});
+    faults.push_back(
+        {FindingCode::kBadAddress, quotedText(text) + ' ' + meaning.fault, "correct it, or remove the link"});
   } else if (auto ipv6 = ofIpv6(text, sides)) {
     if (meaning.stored) ipv6->mend = linkBecomes(type, *meaning.stored);
     faults.push_back(*ipv6);

@@ -2,7 +2,7 @@
 
 namespace zrhost {
 
-std::string quoted(std::string_view text) {
+std::string quotedText(std::string_view text) {
   constexpr std::size_t kMost = 60;
   if (text.size() <= kMost) return "'" + std::string(text) + "'";
   std::size_t end = kMost;

@@ -6,6 +6,6 @@
 namespace zrhost {
 
 // A text of a row between single quotes, cut to some 60 bytes at the start of a character.
-std::string quoted(std::string_view text);
+std::string quotedText(std::string_view text);
 
 }  // namespace zrhost

@@ -35,7 +35,7 @@ Fault unknownType(const Field& field) {
   for (std::size_t type = ZrPolicyCache::USER; type < std::size(g_rule_entity); ++type)
     known += (known.empty() ? "" : ", ") + std::to_string(type) + ' ' + g_rule_entity[type];
   return {FindingCode::kUnknownType,
-          "entity_type is " + (field ? quoted(*field) : std::string("NULL")) + ", which is none",
+          "entity_type is " + (field ? quotedText(*field) : std::string("NULL")) + ", which is none",
           "use one of " + known};
 }
 
@@ -107,7 +107,7 @@ bool LinkCheck::hasGroup(const std::string& name) const {
 
 std::string LinkCheck::shownEntity(LinkIndex index) const {
   return std::string("the ") + kWords[static_cast<std::size_t>(m_links[index].type)] + ' ' +
-         quoted(m_links.name(index));
+         quotedText(m_links.name(index));
 }
 
 Fault LinkCheck::faultOf(const LinkRelation& relation) const {
@@ -123,13 +123,13 @@ Fault LinkCheck::faultOf(const LinkRelation& relation) const {
               "remove one of the two"};
     case FindingCode::kCoveredRange:
       return {relation.code,
-              entity + " lies inside " + quoted(m_links.name(relation.earlier)) + " of " + other +
+              entity + " lies inside " + quotedText(m_links.name(relation.earlier)) + " of " + other +
                   ", which comes first and has the same policy",
               "remove it, or give it a smaller priority"};
     case FindingCode::kEqualPriority:
       return {relation.code,
               entity + " shares the priority " + std::to_string(link.priority) + " with " +
-                  (link.type == ZrPolicyCache::IP_RANGE ? quoted(m_links.name(relation.earlier)) + " of " : "") +
+                  (link.type == ZrPolicyCache::IP_RANGE ? quotedText(m_links.name(relation.earlier)) + " of " : "") +
                   other + ": its smaller link_id decides that policy " + std::to_string(earlier.policyId) +
                   " comes before policy " + std::to_string(link.policyId),
               "give the two different priorities if their order matters"};

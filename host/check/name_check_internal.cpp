@@ -10,7 +10,7 @@ namespace zrhost {
 namespace {
 
 std::string subject(const NameColumn& name) {
-  return std::string("the ") + name.what + ' ' + quoted(name.text);
+  return std::string("the ") + name.what + ' ' + quotedText(name.text);
 }
 
 // The mended name as the change of its column; nothing when that leaves no name.
@@ -21,7 +21,7 @@ std::vector<ColumnValue> mendOf(const NameColumn& name, bool capitalsCount) {
 }
 
 std::string mendingRemedy(const std::vector<ColumnValue>& mend) {
-  return mend.empty() ? "write the name, or remove the row" : "write it as " + quoted(*mend.front().value);
+  return mend.empty() ? "write the name, or remove the row" : "write it as " + quotedText(*mend.front().value);
 }
 
 // One entity of a name, from its "&#" to its ";" or the end of the name.
@@ -31,15 +31,16 @@ std::string entityAt(const char* at) {
 }
 
 Fault undecoded(const NameColumn& name, const std::string& entity) {
-  return {FindingCode::kUndecodedEntity,
-          subject(name) + " keeps its entities undecoded, since " + quoted(entity) + " is none from &#128; to &#255;",
-          "write the character itself, in UTF-8"};
+  return {
+      FindingCode::kUndecodedEntity,
+      subject(name) + " keeps its entities undecoded, since " + quotedText(entity) + " is none from &#128; to &#255;",
+      "write the character itself, in UTF-8"};
 }
 
 Fault otherCharacter(const NameColumn& name, const std::string& entity, const std::string& decoded) {
   return {FindingCode::kOtherCharacter,
-          subject(name) + " has the entity " + quoted(entity) + ", which becomes the character " + quoted(decoded) +
-              ", since only the low 8 bits of its number count",
+          subject(name) + " has the entity " + quotedText(entity) + ", which becomes the character " +
+              quotedText(decoded) + ", since only the low 8 bits of its number count",
           "write the character itself, in UTF-8"};
 }
 

@@ -15,7 +15,7 @@ std::optional<std::int32_t> policyNumber(const Field& field) {
 }
 
 std::string subject(const ZrPolicy& policy) {
-  return "the policy " + quoted(policy.m_policyName);
+  return "the policy " + quotedText(policy.m_policyName);
 }
 
 Fault noSelectedRule(const ZrPolicy& policy, std::uint64_t links) {

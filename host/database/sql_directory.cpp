@@ -13,7 +13,7 @@
 namespace zrhost {
 namespace {
 
-[[noreturn]] void refuse(const std::string& folder, const std::string& why) {
+[[noreturn]] void refuseFolder(const std::string& folder, const std::string& why) {
   throw HostError(ErrorKind::kInputOutput, oneLine("cannot read the SQL statement files in '" + folder + "': " + why +
                                                    "; name their folder with --sql-dir or [sql] directory"));
 }
@@ -31,18 +31,18 @@ std::string findSqlDirectory(const std::string& file, const std::string& fromFol
   checkSqlDirectory(folder);
   struct stat owned {
   }, owner{};
-  if (stat(folder.c_str(), &owned) != 0 || stat(file.c_str(), &owner) != 0) refuse(folder, std::strerror(errno));
+  if (stat(folder.c_str(), &owned) != 0 || stat(file.c_str(), &owner) != 0) refuseFolder(folder, std::strerror(errno));
   if (owned.st_uid != 0 && owned.st_uid != owner.st_uid && owned.st_uid != geteuid()) {
-    refuse(folder, "the folder belongs to somebody else");
+    refuseFolder(folder, "the folder belongs to somebody else");
   }
   return folder;
 }
 
 void checkSqlDirectory(const std::string& folder) {
   struct stat status {};
-  if (stat(folder.c_str(), &status) != 0) refuse(folder, std::strerror(errno));
-  if (!S_ISDIR(status.st_mode)) refuse(folder, "it is no folder");
-  if (faccessat(AT_FDCWD, folder.c_str(), R_OK | X_OK, AT_EACCESS) != 0) refuse(folder, std::strerror(errno));
+  if (stat(folder.c_str(), &status) != 0) refuseFolder(folder, std::strerror(errno));
+  if (!S_ISDIR(status.st_mode)) refuseFolder(folder, "it is no folder");
+  if (faccessat(AT_FDCWD, folder.c_str(), R_OK | X_OK, AT_EACCESS) != 0) refuseFolder(folder, std::strerror(errno));
 }
 
 }  // namespace zrhost

@@ -8,7 +8,7 @@
 namespace zrtest {
 namespace {
 
-const std::string kJson = jsonFile({
+const std::string kJsonText = jsonFile({
     R"({"policy":{"policy_id":1,"policy_type":2,"policy_name":"p\u00f6 \"x\"","is_default":0}})",
     R"({"rule":{"policy_id":1,"position":2,"rule_id":3,"rule_type":247,"rule_name":"","ldap_setting":1,"action":"x"}})",
     R"({"link":{"link_id":7,"entity_type":5,"entity_name":"10.0.0.1 ~ 10.0.0.9","policy_id":-20,"priority":1}})",
@@ -47,7 +47,7 @@ TEST(PolicyFileMutation, NoBytesBreakTheReader) {
   const TempFolder folder;
   std::mt19937 random(7);
   for (int i = 0; i < 3000; ++i) {
-    const std::string text = mutated(i % 2 == 0 ? kJson : kCsv, random);
+    const std::string text = mutated(i % 2 == 0 ? kJsonText : kCsv, random);
     const Reading reading(folder.write("f", text));
     EXPECT_LE(reading.rows.size() + reading.faults.size(), 60U) << text;
     EXPECT_EQ(reading.kind.value_or(zrhost::ErrorKind::kBadRow), zrhost::ErrorKind::kBadRow) << text;
@@ -62,7 +62,7 @@ TEST(PolicyFileMutation, RejectsOfAnyBytesCanBeFedBack) {
   std::mt19937 random(21);
   std::size_t rejected = 0;
   for (int i = 0; i < 600; ++i) {
-    const std::string text = mutated(i % 2 == 0 ? kJson : kCsv, random);
+    const std::string text = mutated(i % 2 == 0 ? kJsonText : kCsv, random);
     const std::string path = folder.write("f", text);
     const Reading reading(path);
     if (reading.kind) continue;
@@ -81,12 +81,12 @@ TEST(PolicyFileMutation, RejectsOfAnyBytesCanBeFedBack) {
 
 TEST(PolicyFileMutation, AFileThatWasCutIsNeverTaken) {
   const TempFolder folder;
-  const std::size_t whole = kJson.size() - 1;  // the last line needs no end
+  const std::size_t whole = kJsonText.size() - 1;  // the last line needs no end
   for (std::size_t length = 0; length < whole; ++length)
-    EXPECT_NE(Reading(folder.write("f", kJson.substr(0, length))).error, "") << length;
+    EXPECT_NE(Reading(folder.write("f", kJsonText.substr(0, length))).error, "") << length;
   // A lost line, anywhere.
-  for (std::size_t at = kJson.find('\n'); at + 1 < whole; at = kJson.find('\n', at + 1)) {
-    std::string text = kJson;
+  for (std::size_t at = kJsonText.find('\n'); at + 1 < whole; at = kJsonText.find('\n', at + 1)) {
+    std::string text = kJsonText;
     EXPECT_NE(Reading(folder.write("f", text.erase(at, text.find('\n', at + 1) - at))).error, "") << at;
   }
 }
