@@ -71,16 +71,15 @@ Fault PolicyRequest::takeLines(std::string_view bytes) {
 }
 
 Fault PolicyRequest::takeBlock(std::string_view bytes, std::size_t start, std::uint64_t ends, std::uint64_t equals) {
-  for (; ends != 0; ends &= ends - 1) {
-    const auto place = static_cast<unsigned>(std::countr_zero(ends));
+  for (;; ends &= ends - 1) {
     if (m_equals == kNone && equals != 0) m_equals = start + static_cast<std::size_t>(std::countr_zero(equals));
+    if (ends == 0) return nullptr;
+    const auto place = static_cast<unsigned>(std::countr_zero(ends));
     if (const Fault fault = takeLine(bytes, start + place)) return fault;
     if (m_isWhole) return nullptr;
     m_equals = kNone;
     equals &= ~std::uint64_t{1} << place;
   }
-  if (m_equals == kNone && equals != 0) m_equals = start + static_cast<std::size_t>(std::countr_zero(equals));
-  return nullptr;
 }
 
 // The line at hand ends with the line feed at `end`.

@@ -166,12 +166,11 @@ void LinkIndex::Table::reserve(std::size_t keys) {
   m_shift = 64U - static_cast<unsigned>(std::countr_zero(places));
 }
 
-const LinkIndex::Entry* LinkIndex::Table::place(const Entry& entry) {
+void LinkIndex::Table::place(const Entry& entry) {
   std::size_t at = first(entry.hash);
   while (m_places[at].policy != kFree)
     at = (at + 1) & (m_places.size() - 1);
   m_places[at] = entry;
-  return &m_places[at];
 }
 
 }  // namespace zrhost

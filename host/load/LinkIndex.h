@@ -61,7 +61,7 @@ class LinkIndex {
   class Table {
    public:
     void reserve(std::size_t keys);
-    const Entry* place(const Entry& entry);
+    void place(const Entry& entry);
     void prefetch(std::uint32_t hash) const {
       if (!m_places.empty()) __builtin_prefetch(&m_places[first(hash)]);
     }
