@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 #include "common/temp_folder.h"
-#include "host/database/PolicyDatabase.h"
+#include "service/sample_site.h"
 
 namespace zrservice {
 namespace {
@@ -27,18 +27,10 @@ constexpr char kHost[] = "Host: localhost\r\n";
 class AdminTest : public testing::Test {
  protected:
   AdminTest() {
-    zrhost::DatabaseOptions database;
-    database.file = m_folder.file("policies.db");
-    database.sqlDirectory = ZR_TEST_SCHEMA;
-    zrhost::PolicyDatabase::init(database, {.sample = true, .force = false});
     m_options.service.user = "nobody";  // who has the socket's file when root runs this
-    m_live.databaseFile = database.file;
-    m_live.sqlDirectory = database.sqlDirectory;
   }
   void start() {
-    m_policies = std::make_unique<zrlive::LivePolicies>(m_live);
-    m_policies->start();
-    m_policies->waitForSnapshot(std::chrono::minutes(1));
+    m_policies = zrtest::startedPolicies(m_live);
     serve();
   }
   void serve() {
@@ -75,7 +67,7 @@ class AdminTest : public testing::Test {
   }
 
   zrtest::TempFolder m_folder;
-  zrlive::LiveOptions m_live;
+  zrlive::LiveOptions m_live = zrtest::sampleSite(m_folder);
   zrhost::Options m_options;
   std::unique_ptr<zrlive::LivePolicies> m_policies;
   std::unique_ptr<Desk> m_desk;

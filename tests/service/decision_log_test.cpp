@@ -10,11 +10,11 @@
 
 #include "common/temp_folder.h"
 #include "host/base/HostError.h"
-#include "host/database/PolicyDatabase.h"
 #include "host/mend/name_mend.h"
 #include "live/LivePolicies.h"
 #include "service/DecisionLog.h"
 #include "service/QuestionRules.h"
+#include "service/sample_site.h"
 
 namespace zrservice {
 namespace {
@@ -27,16 +27,6 @@ using zrhost::HostError;
 class DecisionLogTest : public testing::Test {
  protected:
   DecisionLogTest() {
-    zrhost::DatabaseOptions database;
-    database.file = m_folder.file("policies.db");
-    database.sqlDirectory = ZR_TEST_SCHEMA;
-    zrhost::PolicyDatabase::init(database, {.sample = true, .force = false});
-    zrlive::LiveOptions options;
-    options.databaseFile = database.file;
-    options.sqlDirectory = database.sqlDirectory;
-    m_policies = std::make_unique<zrlive::LivePolicies>(options);
-    m_policies->start();
-    m_policies->waitForSnapshot(std::chrono::minutes(1));
     m_settings.decisionLog = m_folder.file("log");
     m_settings.redactKeyFile = m_folder.write("key", "sixteen bytes or more");
   }
@@ -57,7 +47,7 @@ class DecisionLogTest : public testing::Test {
 
   zrtest::TempFolder m_folder;
   zrhost::ServiceSection m_settings;
-  std::unique_ptr<zrlive::LivePolicies> m_policies;
+  std::unique_ptr<zrlive::LivePolicies> m_policies = zrtest::startedPolicies(zrtest::sampleSite(m_folder));
   zrlive::Question m_question;
   zrlive::Answer m_answer;
 };

@@ -5,43 +5,34 @@
 
 #include "common/temp_folder.h"
 #include "host/base/FileDescriptor.h"
-#include "host/database/PolicyDatabase.h"
+#include "service/running_service.h"
+#include "service/sample_site.h"
 #include "service/stream_connection_internal.h"
 
 namespace zrservice {
 namespace {
 
 constexpr std::size_t kClients = 40;
-const std::string kJohn = "request=x\nsasl_username=john@example.org\n\n",
-                  kJohns = "action=BCC archive@example.org\n\n";
+const std::string kJohn = zrtest::kAskJohn, kJohns = zrtest::kJohns;
 const std::string kOther = "request=x\nsasl_username=other@example.org\n\n", kOthers = "action=DUNNO\n\n";
-const std::string kRefusal = "action=DEFER_IF_PERMIT 4.3.5 policy service is not ready\n\n";
+const std::string kRefusal = zrtest::kNotReady;
 
 // A worker whose handlers are run by the test, one at a time.
 class TurnTest : public testing::Test {
  protected:
   TurnTest() {
-    zrhost::DatabaseOptions database;
-    database.file = m_live.databaseFile = m_folder.file("policies.db");
-    database.sqlDirectory = m_live.sqlDirectory = ZR_TEST_SCHEMA;
-    zrhost::PolicyDatabase::init(database, {.sample = true, .force = false});
-    m_policies = std::make_unique<zrlive::LivePolicies>(m_live);
-    m_policies->start();
-    m_policies->waitForSnapshot(std::chrono::minutes(1));
-    m_desk = std::make_unique<Desk>(*m_policies, std::make_shared<Rules>(zrhost::Options()), nullptr);
-    m_worker = std::make_unique<Worker>(*m_desk);
     for (std::size_t i = 0; i < kClients; ++i)
       connect();
   }
-  ~TurnTest() override { m_worker->stop(); }
+  ~TurnTest() override { m_worker.stop(); }
 
   void connect() {
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
     m_clients.emplace_back(ends[0]);
-    StreamSocket socket(m_worker->context(), asio::generic::stream_protocol(AF_UNIX, 0), ends[1]);
-    const auto connection = std::make_shared<StreamConnection<PolicyRequest>>(*m_worker, std::move(socket), false);
-    m_worker->add(connection);
+    StreamSocket socket(m_worker.context(), asio::generic::stream_protocol(AF_UNIX, 0), ends[1]);
+    const auto connection = std::make_shared<StreamConnection<PolicyRequest>>(m_worker, std::move(socket), false);
+    m_worker.add(connection);
     connection->start();
   }
   void send(std::size_t client, const std::string& text) const {
@@ -55,10 +46,9 @@ class TurnTest : public testing::Test {
   }
 
   zrtest::TempFolder m_folder;
-  zrlive::LiveOptions m_live;
-  std::unique_ptr<zrlive::LivePolicies> m_policies;
-  std::unique_ptr<Desk> m_desk;
-  std::unique_ptr<Worker> m_worker;
+  std::unique_ptr<zrlive::LivePolicies> m_policies = zrtest::startedPolicies(zrtest::sampleSite(m_folder));
+  Desk m_desk{*m_policies, std::make_shared<Rules>(zrhost::Options()), nullptr};
+  Worker m_worker{m_desk};
   std::vector<zrhost::FileDescriptor> m_clients;
 };
 
@@ -66,7 +56,7 @@ TEST_F(TurnTest, AllWhoseNextRequestHasComeAreAnsweredByOneHandler) {
   for (std::size_t i = 0; i < kClients; ++i)
     send(i, i % 2 == 0 ? kJohn : kOther);
   for (std::size_t i = 0; i < kClients; ++i)
-    m_worker->context().poll_one();
+    m_worker.context().poll_one();
   for (std::size_t i = 0; i < kClients; ++i)
     ASSERT_EQ(received(i), i % 2 == 0 ? kJohns : kOthers) << i;
 
@@ -83,19 +73,19 @@ TEST_F(TurnTest, AllWhoseNextRequestHasComeAreAnsweredByOneHandler) {
   for (std::size_t i = 0; i < gone; ++i)
     send(i, kinds[i % kinds.size()].request);
   m_clients[gone] = zrhost::FileDescriptor();
-  m_worker->context().poll_one();
+  m_worker.context().poll_one();
   for (std::size_t i = 0; i < gone; ++i)
     ASSERT_EQ(received(i), kinds[i % kinds.size()].reply) << i;
 
-  m_worker->context().poll();
+  m_worker.context().poll();
   std::size_t open = 0;
   for (std::size_t i = 0; i < gone; ++i) {
     if (kinds[i % kinds.size()].rest.empty()) continue;
     send(i, kinds[i % kinds.size()].rest);
     ++open;
   }
-  EXPECT_EQ(m_worker->open, open);
-  m_worker->context().poll();
+  EXPECT_EQ(m_worker.open, open);
+  m_worker.context().poll();
   for (std::size_t i = 0; i < gone; ++i)
     EXPECT_EQ(received(i), kinds[i % kinds.size()].replyToRest) << i;
 }
