@@ -27,20 +27,16 @@ class StreamConnection : public Connection, public std::enable_shared_from_this<
   void readForTurn() override {
     m_isWriting = false;
     m_reply.clear();
-    if (m_isClosing) return close();
-    if (m_end > m_start || m_worker.isDraining()) return;  // there is more to answer first, or to be read otherwise
-    asio::error_code ignored;                              // the next read meets it again
+    // It is to hear no more, has more to answer first, or reads otherwise.
+    if (m_isClosing || m_end > m_start || m_worker.isDraining()) return;
+    asio::error_code ignored;  // the next read meets it again
     const std::size_t size = m_socket.read_some(room(), ignored);
     if (size > 0) arrive(size);
   }
 
-  void answerForTurn() override {
-    if (m_socket.is_open()) answerRequests();
-  }
+  void answerForTurn() override { answerRequests(); }
 
-  void endTurn() override {
-    if (m_socket.is_open()) goOn();
-  }
+  void endTurn() override { goOn(); }
 
   void checkTime(Clock::time_point now) override {
     const zrhost::ServiceSection& settings = m_worker.answerer().rules().service;
