@@ -13,8 +13,6 @@
 namespace zrhost {
 namespace {
 
-constexpr const char* kEntityName = "entity_name";
-
 // The two sides of the tilde, or the one text where there is none, without the blanks around them.
 struct Sides {
   explicit Sides(std::string_view text) {

@@ -10,6 +10,9 @@
 
 namespace zrhost {
 
+// The column of a link's name.
+inline constexpr const char* kEntityName = "entity_name";
+
 // An address as a link holds it, with the first octet most significant, so that numbers compare as addresses do.
 std::uint32_t addressNumber(std::uint32_t networkOrder);
 

@@ -19,8 +19,6 @@ using EntityType = ZrPolicyCache::EntityType;
 constexpr std::array<const char*, 7> kWords = {"default", "user", "group", "host", "address", "range", "other key"};
 static_assert(kWords.size() == std::size(g_rule_entity));
 
-constexpr const char* kName = "entity_name";
-
 RowName rowName(const Field& linkId, const RowPlace& place) {
   return {"ep_link", {{"link_id", linkId}}, place};
 }
@@ -80,7 +78,7 @@ void LinkCheck::refused(const LinkRow& row, const std::string& reason, const Row
 
 void LinkCheck::checkText(EntityType type, const std::string& text, const FiledLink& filed) {
   if (isAddress(type)) return checkAddress(text, *filed.link, m_judge, m_faults);
-  const NameColumn name{kWords[static_cast<std::size_t>(type)], kName, text};
+  const NameColumn name{kWords[static_cast<std::size_t>(type)], kEntityName, text};
   checkName(name, filed.key, type != ZrPolicyCache::HOSTNAME, m_faults);
   if (type == ZrPolicyCache::USER || type == ZrPolicyCache::GROUP) checkEntities(m_cache, name, m_faults);
 }
