@@ -5,6 +5,7 @@
 #include <utility>
 
 namespace zrlive {
+
 // A list that any thread puts onto by one exchange, and one thread takes as a whole: the last holder of a snapshot does
 // no more than that.
 class RetiredSnapshots {
